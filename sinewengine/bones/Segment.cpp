@@ -1,0 +1,409 @@
+// SPDX-License-Identifier: MIT
+// The bone's setters, links, forward kinematics and how one iteration's step changes its pose.
+#include "bones/Segment.h"
+
+#include "kit/Trigonometry.h"
+#include "solver/IKSolverState.h"
+
+namespace Sinew {
+
+void Segment::attach(IKSolverState* solver, std::uint8_t* patternDirty, const float* jointStep,
+                     float* secondaryMotion, std::uint32_t columnCount)
+{
+    m_Solver = solver;
+    m_PatternDirty = patternDirty;
+    m_JointStep = jointStep;
+    m_SecondaryMotion = secondaryMotion;
+    m_ColumnCount = jointStep && secondaryMotion ? columnCount : 0;
+    refreshPlainRotations();
+}
+
+void Segment::refreshPlainRotations()
+{
+    m_PlainRotations
+        = m_ActiveDof[0] && m_ActiveDof[1] && m_ActiveDof[2] && m_FirstColumn + 3 <= m_ColumnCount;
+}
+
+bool Segment::flagsMatchColumns() const
+{
+    std::uint32_t count = 0;
+    for (bool on : m_ActiveDof)
+        count += on;
+    const bool translates = m_ActiveDof[3] || m_ActiveDof[4] || m_ActiveDof[5];
+    return count == m_DofCount && translates == m_Translational;
+}
+
+void Segment::noteLayoutChange()
+{
+    if (m_PatternDirty)
+        *m_PatternDirty = 1;
+    if (m_Solver)
+        m_Solver->requireSetup();
+    refreshPlainRotations();
+}
+
+void Segment::resetTranslation(bool disableDof)
+{
+    for (Segment* child = m_FirstChild; child; child = child->m_NextSibling) {
+        child->m_Translation = child->m_RestTranslation;
+        child->m_Dirty = true;
+    }
+    if (m_Translational)
+        m_Translation = m_RestTranslation;
+    else
+        m_BoneVector = m_RestBoneVector;
+    m_Length = Sinew::length(m_Translation - m_RestTranslation) + Sinew::length(m_BoneVector);
+    if (disableDof)
+        setActiveDof(false, false, false, false);
+}
+
+void Segment::setActiveDof(bool x, bool y, bool z, bool rotational)
+{
+    bool* flags = m_ActiveDof + (rotational ? 0 : 3);
+    if (flags[0] == x && flags[1] == y && flags[2] == z)
+        return;
+    flags[0] = x;
+    flags[1] = y;
+    flags[2] = z;
+    if (!rotational) {
+        m_Translational = x || y || z;
+        if (!m_FreeTranslation && !m_FirstChild)
+            m_Translational = flags[0] = flags[1] = flags[2] = false; // nothing to push
+    }
+    m_DofCount = 0;
+    for (bool on : m_ActiveDof)
+        m_DofCount += on;
+    noteLayoutChange();
+    setActive(m_DofCount > 0, false);
+}
+
+void Segment::setFreeTranslation(bool on, bool alsoDof)
+{
+    m_FreeTranslation = on;
+    if (alsoDof)
+        setActiveDof(on, on, on, false);
+}
+
+void Segment::setActive(bool on, bool alsoDof)
+{
+    if (alsoDof) {
+        for (bool& flag : m_ActiveDof)
+            flag = on;
+        refreshPlainRotations();
+        // Flags alone may now contradict the columns; the pattern says so if the state changes too.
+        if (m_Solver)
+            m_Solver->noteFlagsChanged();
+    }
+    if (on != m_Active) {
+        m_Active = on;
+        noteLayoutChange();
+    }
+}
+
+void Segment::setTargetOrientation(float x, float y, float z, float w)
+{
+    m_TargetOrientation.set(x, y, z, w);
+    if (m_Retargeting)
+        m_LimitTarget = m_TargetOrientation;
+}
+
+void Segment::setOrientation(float x, float y, float z, float w)
+{
+    SinewQuaternion q(x, y, z, w);
+    if (!canNormalise(q))
+        return;
+    normalise(q);
+    m_Orientation = q;
+    m_Dirty = true;
+}
+
+void Segment::setTranslation(float x, float y, float z)
+{
+    m_Translation.set(x, y, z);
+    m_Dirty = true;
+}
+
+void Segment::addTranslation(float x, float y, float z)
+{
+    m_Translation += SinewVector(x, y, z);
+    m_Dirty = true;
+}
+
+void Segment::setWeight(std::uint32_t axis, float weight)
+{
+    if (axis >= 6)
+        return;
+    m_Weight[axis] = weight;
+    if (m_Solver)
+        m_Solver->updateColumnWeights(*this);
+}
+
+const SinewQuaternion& Segment::getOrientation()
+{
+    normalise(m_Orientation);
+    m_OrientationOut = m_Orientation;
+    return m_OrientationOut;
+}
+
+const SinewQuaternion& Segment::getOrientationFromRest()
+{
+    m_OrientationOut = conj(m_RestOrientation) * m_Orientation;
+    return m_OrientationOut;
+}
+
+bool Segment::isBelow(const Segment* other) const
+{
+    for (const Segment* bone = this; bone; bone = bone->m_Parent)
+        if (bone == other)
+            return true;
+    return false;
+}
+
+void Segment::setParent(IKSegment* face)
+{
+    Segment* parent = static_cast<Segment*>(face);
+    if (parent == m_Parent)
+        return;
+    // A cycle would never end a walk; only a bone with children can close one, or itself. A bone of another solver
+    // has its frames and columns elsewhere.
+    if (parent && (parent == this || parent->m_Solver != m_Solver || (m_FirstChild && parent->isBelow(this))))
+        return;
+    if (m_Parent) {
+        Segment** link = &m_Parent->m_FirstChild;
+        while (*link && *link != this)
+            link = &(*link)->m_NextSibling;
+        if (*link)
+            *link = m_NextSibling;
+    }
+    if (parent) {
+        m_NextSibling = parent->m_FirstChild;
+        parent->m_FirstChild = this;
+    }
+    m_Parent = parent;
+    if (m_Solver)
+        m_Solver->noteTreeChanged();
+}
+
+void Segment::setRestOrientation(float x, float y, float z, float w)
+{
+    SinewQuaternion q(x, y, z, w);
+    if (!canNormalise(q))
+        return;
+    normalise(q);
+    m_RestOrientation = m_TargetOrientation = m_LimitTarget = m_Orientation = q;
+    m_RestProjection = rotate(q, unitAxis(m_ProjectionAxis));
+    m_Dirty = true;
+}
+
+void Segment::setRestTranslation(float x, float y, float z)
+{
+    m_Translation.set(x, y, z);
+    m_RestTranslation = m_Translation;
+    m_Dirty = true;
+}
+
+void Segment::updateGlobal(const GlobalFrame& parent, bool useTarget)
+{
+    walkSubtree(this, [&](Segment* bone) {
+        bone->place(bone == this ? parent : bone->m_Parent->m_GlobalFrame, useTarget);
+        bone->placeMassCentre();
+        if (bone != this)
+            bone->m_Parent->passChainLength(bone);
+    });
+}
+
+const GlobalFrame& Segment::getGlobalFrame() const
+{
+    m_GlobalFrame.matrix = toFrameMatrix(m_GlobalFrame.rotation);
+    return m_GlobalFrame;
+}
+
+const SinewQuaternion& Segment::getGlobalOrientation()
+{
+    m_OrientationOut = m_GlobalFrame.rotation;
+    normalise(m_OrientationOut);
+    return m_OrientationOut;
+}
+
+const SinewMatrix& Segment::getGlobalMatrix()
+{
+    m_MatrixOut = toColumnMatrix(m_GlobalFrame.rotation);
+    return m_MatrixOut;
+}
+
+SinewVector& Segment::getAxis(SinewVector& out, std::uint32_t i)
+{
+    m_AxisOut = rotate(m_GlobalFrame.rotation, unitAxis(i));
+    out = m_AxisOut;
+    return out;
+}
+
+void Segment::scale(float factor)
+{
+    m_Translation *= factor;
+    m_BoneVector *= factor;
+    m_RestBoneVector *= factor;
+    m_GlobalFrame.position *= factor;
+    m_MassCentre *= factor;
+    m_Length *= factor;
+    if (m_Solver)
+        m_Solver->requestMeasure();
+    m_Dirty = true;
+}
+
+void Segment::resetToRest()
+{
+    m_Orientation = m_RestOrientation;
+    m_BoneVector = m_RestBoneVector;
+    m_Translation = m_RestTranslation;
+    m_LimitTarget = m_RestOrientation;
+    m_Dirty = true;
+}
+
+bool Segment::isDirty()
+{
+    // The nearest changed bone above marks everything between it and this one.
+    const Segment* changed = this;
+    while (changed && !changed->m_Dirty)
+        changed = changed->m_Parent;
+    if (!changed)
+        return false;
+    for (Segment* bone = this; bone != changed; bone = bone->m_Parent)
+        bone->m_Dirty = true;
+    return true;
+}
+
+void Segment::setMass(float mass)
+{
+    m_Mass = mass;
+    if (m_Solver)
+        m_Solver->sumMass();
+    m_Dirty = true;
+}
+
+void Segment::setMassCentre(float x, float y, float z)
+{
+    m_MassCentre.set(x, y, z);
+    m_Dirty = true;
+}
+
+std::uint32_t Segment::getChainDepth() const
+{
+    std::uint32_t depth = 0;
+    for (const Segment* bone = this; bone; bone = bone->m_Parent)
+        ++depth;
+    return depth;
+}
+
+void Segment::setBoneVector(SinewVector v)
+{
+    m_MassCentre = v * 0.5f;
+    m_Length = Sinew::length(v);
+    m_RestBoneVector = m_BoneVector = v;
+}
+
+void Segment::integrate()
+{
+    SinewVector turn, shift;
+    if (m_PlainRotations && !m_Translational) {
+        turn.lanes = clearW(loadLanes(m_JointStep + m_FirstColumn));
+    } else {
+        float step[6] = {};
+        std::uint32_t column = m_FirstColumn;
+        for (int i = 0; i < 6; ++i) {
+            if (!m_ActiveDof[i])
+                continue;
+            if (column < m_ColumnCount)
+                step[i] = m_JointStep[column];
+            ++column;
+        }
+        turn.set(step[0], step[1], step[2]);
+        shift.set(step[3], step[4], step[5]);
+    }
+
+    // Per component, against the upper bound first; NaN takes the bound, so it never reaches the pose.
+    turn.lanes = clearW(laneMax(laneMin(turn.lanes, splat(m_MaxVelocity)), splat(-m_MaxVelocity)));
+    const float angle = Sinew::length(turn);
+    SinewQuaternion step;
+    if (!isZero(angle)) {
+        const SineCosine half = sineCosine(angle * 0.5f);
+        step.lanes = turn.lanes * splat(half.sine / angle);
+        step.lanes[3] = half.cosine;
+    }
+    m_Orientation = m_Orientation * step;
+    normalise(m_Orientation);
+    m_Dirty = true;
+
+    if (m_Translational)
+        stretchBy(shift);
+}
+
+void Segment::stretchBy(SinewVector step)
+{
+    // A step whose components cancel is dropped: the test is deliberately this simple.
+    if (isNearZero((step.y() + step.x()) + step.z()))
+        return;
+    if (m_FreeTranslation) {
+        m_Translation += rotate(m_Orientation, step);
+        if (m_Parent)
+            m_Extension = Sinew::length(m_Translation - m_RestTranslation);
+    } else {
+        for (Segment* child = m_FirstChild; child; child = child->m_NextSibling) {
+            child->m_Translation += step;
+            child->m_Dirty = true;
+        }
+        m_BoneVector += step;
+        m_Length = Sinew::length(m_BoneVector);
+        m_MassCentre += step * 0.5f;
+    }
+}
+
+void Segment::setSubtreeMass(float mass, float total)
+{
+    m_SubtreeMass = mass;
+    m_MassFraction = total > 0.0f ? mass / total : 0.0f;
+}
+
+void Segment::computeSubtreeCentre()
+{
+    m_SubtreeCentreOffset.zero();
+    if (isZero(m_SubtreeMass))
+        return;
+    SinewVector sum;
+    const SinewVector origin = m_GlobalFrame.position;
+    walkSubtree(this, [&](const Segment* bone) {
+        if (bone == this || !isZero(bone->m_Mass))
+            sum += (bone->m_GlobalMassCentre - origin) * bone->m_Mass;
+    });
+    m_SubtreeCentreOffset = sum * (1.0f / m_SubtreeMass);
+}
+
+void Segment::computeStretchRatio(float scale)
+{
+    walkSubtree(this, [&](Segment* bone) {
+        const float s = bone == this ? scale : bone->m_Parent->m_StretchRatio;
+        bone->m_StretchRatio = 1.0f;
+        if (const Segment* child = bone->m_FirstChild; child && s > 0.0f) {
+            const float rest = Sinew::length(child->m_RestTranslation);
+            const float difference = Sinew::length(child->m_Translation - child->m_RestTranslation);
+            if (rest > 0.0f && difference > 0.0f)
+                bone->m_StretchRatio = (difference / rest) / s;
+        }
+        bone->m_StretchScale = s * bone->m_StretchRatio;
+    });
+}
+
+void Segment::addChainLength(float& sum) const
+{
+    for (const Segment* bone = this; bone; bone = bone->m_Parent)
+        sum += bone->m_Length;
+}
+
+SinewQuaternion Segment::alignAxis(SinewVector localAxis, SinewVector direction) const
+{
+    SinewVector world = rotate(m_GlobalFrame.rotation, localAxis);
+    normalise(world);
+    return shortestArc(world, direction) * m_GlobalFrame.rotation;
+}
+
+} // namespace Sinew
