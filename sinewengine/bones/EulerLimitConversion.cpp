@@ -6,96 +6,96 @@ namespace Sinew {
 
 namespace {
 
-    bool sign(float x) { return x >= 0.0f; }
+bool sign(float x) { return x >= 0.0f; }
 
-    /// The parent axis that `w` lies closest to; ties go to x, then to y.
-    std::uint32_t nearestAxis(SinewVector w)
+/// The parent axis that `w` lies closest to; ties go to x, then to y.
+std::uint32_t nearestAxis(SinewVector w)
+{
+    const float x = std::fabs(w.x()), y = std::fabs(w.y()), z = std::fabs(w.z());
+    const float m = z > y ? z : y;
+    return x > m || x == m ? 0 : m == y ? 1 : 2;
+}
+
+/// The box while it is built. A fixed bound is no longer taken from the four extreme directions.
+struct Box {
+    float bound[6] = {-1.0f, 1.0f, -1.0f, 1.0f, -1.0f, 1.0f};
+    bool minFixed[3] = {};
+    bool maxFixed[3] = {};
+
+    void openMinimum(std::uint32_t k)
     {
-        const float x = std::fabs(w.x()), y = std::fabs(w.y()), z = std::fabs(w.z());
-        const float m = z > y ? z : y;
-        return x > m || x == m ? 0 : m == y ? 1 : 2;
+        if (!minFixed[k]) {
+            bound[2 * k] = -1.0f;
+            minFixed[k] = true;
+        }
     }
-
-    /// The box while it is built. A fixed bound is no longer taken from the four extreme directions.
-    struct Box {
-        float bound[6] = {-1.0f, 1.0f, -1.0f, 1.0f, -1.0f, 1.0f};
-        bool minFixed[3] = {};
-        bool maxFixed[3] = {};
-
-        void openMinimum(std::uint32_t k)
-        {
-            if (!minFixed[k]) {
-                bound[2 * k] = -1.0f;
-                minFixed[k] = true;
-            }
-        }
-        void openMaximum(std::uint32_t k)
-        {
-            if (!maxFixed[k]) {
-                bound[2 * k + 1] = 1.0f;
-                maxFixed[k] = true;
-            }
-        }
-        /// Writes the maximum's place and sets the minimum's flag: that pairing is meant.
-        void closeTop(std::uint32_t k)
-        {
-            if (!minFixed[k]) {
-                bound[2 * k + 1] = -1.0f;
-                minFixed[k] = true;
-            }
-        }
-        void fix(std::uint32_t k) { minFixed[k] = maxFixed[k] = true; }
-    };
-
-    /// One swing of the twist axis, from `low` to `high` degrees, seen in component k.
-    void openForSwing(Box& box, std::uint32_t k, SinewVector lo, SinewVector hi, SinewVector middle, float low,
-                      float high)
+    void openMaximum(std::uint32_t k)
     {
-        if (sign(lo[k]) == sign(hi[k])) {
-            const std::uint32_t n = (k + 1) % 3, o = (k + 2) % 3;
-            if (sign(lo[n]) == sign(hi[n]) && sign(lo[o]) == sign(hi[o]))
-                return;
-            // A swing of half a turn or more goes round the far side of the axis.
-            const bool far = std::fabs(high - low) >= 180.0f;
-            if (sign(lo[k]) == far)
-                box.openMinimum(k);
-            else
-                box.openMaximum(k);
+        if (!maxFixed[k]) {
+            bound[2 * k + 1] = 1.0f;
+            maxFixed[k] = true;
+        }
+    }
+    /// Writes the maximum's place and sets the minimum's flag: that pairing is meant.
+    void closeTop(std::uint32_t k)
+    {
+        if (!minFixed[k]) {
+            bound[2 * k + 1] = -1.0f;
+            minFixed[k] = true;
+        }
+    }
+    void fix(std::uint32_t k) { minFixed[k] = maxFixed[k] = true; }
+};
+
+/// One swing of the twist axis, from `low` to `high` degrees, seen in component k.
+void openForSwing(Box& box, std::uint32_t k, SinewVector lo, SinewVector hi, SinewVector middle, float low,
+                  float high)
+{
+    if (sign(lo[k]) == sign(hi[k])) {
+        const std::uint32_t n = (k + 1) % 3, o = (k + 2) % 3;
+        if (sign(lo[n]) == sign(hi[n]) && sign(lo[o]) == sign(hi[o]))
             return;
-        }
-        if (std::fabs(low) > 90.0f && sign(middle[k]) == sign(lo[k])) {
-            if (sign(middle[k]))
-                box.openMaximum(k);
-            else
-                box.closeTop(k);
-            return;
-        }
-        if (std::fabs(high) > 90.0f && sign(middle[k]) == sign(hi[k])) {
-            if (!sign(middle[k]))
-                box.closeTop(k);
-            else
-                box.openMaximum(k);
-        }
+        // A swing of half a turn or more goes round the far side of the axis.
+        const bool far = std::fabs(high - low) >= 180.0f;
+        if (sign(lo[k]) == far)
+            box.openMinimum(k);
+        else
+            box.openMaximum(k);
+        return;
     }
+    if (std::fabs(low) > 90.0f && sign(middle[k]) == sign(lo[k])) {
+        if (sign(middle[k]))
+            box.openMaximum(k);
+        else
+            box.closeTop(k);
+        return;
+    }
+    if (std::fabs(high) > 90.0f && sign(middle[k]) == sign(hi[k])) {
+        if (!sign(middle[k]))
+            box.closeTop(k);
+        else
+            box.openMaximum(k);
+    }
+}
 
-    /// Moves bounds off values where the box would have no width or sit on zero.
-    void repair(float& lo, float& hi)
-    {
-        if (lo == hi) {
-            if (lo == 1.0f)
-                lo = 0.9998f;
-            else if (lo == -1.0f)
-                hi = -0.9998f;
-            else if (lo == 0.0f) {
-                lo = -0.015f;
-                hi = 0.015f;
-            }
-        } else if (lo == 0.0f) {
-            lo = 0.0001f;
-        } else if (hi == 0.0f) {
-            hi = 0.0001f;
+/// Moves bounds off values where the box would have no width or sit on zero.
+void repair(float& lo, float& hi)
+{
+    if (lo == hi) {
+        if (lo == 1.0f)
+            lo = 0.9998f;
+        else if (lo == -1.0f)
+            hi = -0.9998f;
+        else if (lo == 0.0f) {
+            lo = -0.015f;
+            hi = 0.015f;
         }
+    } else if (lo == 0.0f) {
+        lo = 0.0001f;
+    } else if (hi == 0.0f) {
+        hi = 0.0001f;
     }
+}
 
 } // namespace
 
@@ -119,8 +119,8 @@ void Segment::setEulerLimits(const EulerLimits& limits, bool fromRest)
             map[i] = nearestAxis(rotate(q, unitAxis(i)));
         rollAxis = map[a];
 
-        // A range wholly on one side of 0: turn the frame by its inner bound and measure the outer one from there.
-        // Only the first such axis is treated, and the inner bound keeps its value.
+        // A range wholly on one side of 0: turn the frame by its inner bound and measure the outer one from
+        // there. Only the first such axis is treated, and the inner bound keeps its value.
         for (std::uint32_t i = 0; i < 3; ++i) {
             if (i == a || sign(L[2 * i]) != sign(L[2 * i + 1]) || L[2 * i] == 0.0f)
                 continue;
@@ -137,7 +137,8 @@ void Segment::setEulerLimits(const EulerLimits& limits, bool fromRest)
         for (std::uint32_t s = 0; s < 2; ++s)
             for (std::uint32_t j = 0; j < 2; ++j) {
                 const std::uint32_t u = swing[s];
-                T[2 * s + j] = rotate(q * fromRotationVector(unitAxis(u), radians(L[2 * u + j])), unitAxis(a));
+                T[2 * s + j] =
+                    rotate(q * fromRotationVector(unitAxis(u), radians(L[2 * u + j])), unitAxis(a));
             }
 
         if (full[b]) {

@@ -2,10 +2,16 @@
 // The bone's setters, links, forward kinematics and how one iteration's step changes its pose.
 #include "bones/Segment.h"
 
-#include "kit/Trigonometry.h"
+#include "bones/StepRotation.h"
 #include "solver/IKSolverState.h"
 
 namespace Sinew {
+
+namespace {
+
+SINEW_KIT float one(float value) { return value; }
+
+} // namespace
 
 void Segment::attach(IKSolverState* solver, std::uint8_t* patternDirty, const float* jointStep,
                      float* secondaryMotion, std::uint32_t columnCount)
@@ -20,8 +26,8 @@ void Segment::attach(IKSolverState* solver, std::uint8_t* patternDirty, const fl
 
 void Segment::refreshPlainRotations()
 {
-    m_PlainRotations
-        = m_ActiveDof[0] && m_ActiveDof[1] && m_ActiveDof[2] && m_FirstColumn + 3 <= m_ColumnCount;
+    m_PlainRotations =
+        m_ActiveDof[0] && m_ActiveDof[1] && m_ActiveDof[2] && m_FirstColumn + 3 <= m_ColumnCount;
 }
 
 bool Segment::flagsMatchColumns() const
@@ -164,8 +170,8 @@ void Segment::setParent(IKSegment* face)
     Segment* parent = static_cast<Segment*>(face);
     if (parent == m_Parent)
         return;
-    // A cycle would never end a walk; only a bone with children can close one, or itself. A bone of another solver
-    // has its frames and columns elsewhere.
+    // A cycle would never end a walk; only a bone with children can close one, or itself. A bone of another
+    // solver has its frames and columns elsewhere.
     if (parent && (parent == this || parent->m_Solver != m_Solver || (m_FirstChild && parent->isBelow(this))))
         return;
     if (m_Parent) {
@@ -204,8 +210,9 @@ void Segment::setRestTranslation(float x, float y, float z)
 
 void Segment::updateGlobal(const GlobalFrame& parent, bool useTarget)
 {
+    const Placement top{parent.rotation, parent.position};
     walkSubtree(this, [&](Segment* bone) {
-        bone->place(bone == this ? parent : bone->m_Parent->m_GlobalFrame, useTarget);
+        bone->place(bone == this ? top : bone->m_Parent->m_World, useTarget);
         bone->placeMassCentre();
         if (bone != this)
             bone->m_Parent->passChainLength(bone);
@@ -214,26 +221,26 @@ void Segment::updateGlobal(const GlobalFrame& parent, bool useTarget)
 
 const GlobalFrame& Segment::getGlobalFrame() const
 {
-    m_GlobalFrame.matrix = toFrameMatrix(m_GlobalFrame.rotation);
-    return m_GlobalFrame;
+    m_FrameOut = {toFrameMatrix(m_World.rotation), m_World.rotation, m_World.position};
+    return m_FrameOut;
 }
 
 const SinewQuaternion& Segment::getGlobalOrientation()
 {
-    m_OrientationOut = m_GlobalFrame.rotation;
+    m_OrientationOut = m_World.rotation;
     normalise(m_OrientationOut);
     return m_OrientationOut;
 }
 
 const SinewMatrix& Segment::getGlobalMatrix()
 {
-    m_MatrixOut = toColumnMatrix(m_GlobalFrame.rotation);
+    m_MatrixOut = toColumnMatrix(m_World.rotation);
     return m_MatrixOut;
 }
 
 SinewVector& Segment::getAxis(SinewVector& out, std::uint32_t i)
 {
-    m_AxisOut = rotate(m_GlobalFrame.rotation, unitAxis(i));
+    m_AxisOut = rotate(m_World.rotation, unitAxis(i));
     out = m_AxisOut;
     return out;
 }
@@ -243,7 +250,7 @@ void Segment::scale(float factor)
     m_Translation *= factor;
     m_BoneVector *= factor;
     m_RestBoneVector *= factor;
-    m_GlobalFrame.position *= factor;
+    m_World.position *= factor;
     m_MassCentre *= factor;
     m_Length *= factor;
     if (m_Solver)
@@ -305,7 +312,7 @@ void Segment::setBoneVector(SinewVector v)
 void Segment::integrate()
 {
     SinewVector turn, shift;
-    if (m_PlainRotations && !m_Translational) {
+    if (onlyRotates()) {
         turn.lanes = clearW(loadLanes(m_JointStep + m_FirstColumn));
     } else {
         float step[6] = {};
@@ -323,19 +330,69 @@ void Segment::integrate()
 
     // Per component, against the upper bound first; NaN takes the bound, so it never reaches the pose.
     turn.lanes = clearW(laneMax(laneMin(turn.lanes, splat(m_MaxVelocity)), splat(-m_MaxVelocity)));
-    const float angle = Sinew::length(turn);
     SinewQuaternion step;
-    if (!isZero(angle)) {
-        const SineCosine half = sineCosine(angle * 0.5f);
-        step.lanes = turn.lanes * splat(half.sine / angle);
-        step.lanes[3] = half.cosine;
+    const float h2 = dot(turn, turn) * 0.25f;
+    if (h2 <= kStepSeriesEnd) {
+        step.lanes = turn.lanes * splat(halfSinc(h2, one));
+        step.lanes[3] = cosineOfSquare(h2, one);
+    } else {
+        step = fromRotationVector(turn, Sinew::length(turn));
     }
-    m_Orientation = m_Orientation * step;
-    normalise(m_Orientation);
+    const SinewQuaternion turned = m_Orientation * step;
+    const float s = dot(turned, turned);
+    const bool nearUnit = std::fabs(s - 1.0f) <= kNearUnit;
+    m_Orientation.lanes = turned.lanes * splat(nearUnit ? nearUnitScale(s, one) : 1.0f / __builtin_sqrtf(s));
     m_Dirty = true;
 
     if (m_Translational)
         stretchBy(shift);
+}
+
+void Segment::integrateFour(Segment* const* bones)
+{
+    const auto step = [&](int i) { return loadLanes(bones[i]->m_JointStep + bones[i]->m_FirstColumn); };
+    Lanes x = step(0), y = step(1), z = step(2), rest = step(3);
+    transposeLanes(x, y, z, rest);
+    const Lanes bound = makeLanes(bones[0]->m_MaxVelocity, bones[1]->m_MaxVelocity, bones[2]->m_MaxVelocity,
+                                  bones[3]->m_MaxVelocity);
+    const auto bounded = [&](Lanes v) { return laneMax(laneMin(v, bound), -bound); };
+    x = bounded(x);
+    y = bounded(y);
+    z = bounded(z);
+    const Lanes h2 = ((x * x + y * y) + z * z) * splat(0.25f);
+    const Lanes scale = halfSinc(h2, splat), w = cosineOfSquare(h2, splat);
+    x *= scale;
+    y *= scale;
+    z *= scale;
+
+    // The product orientation * step, with the sums in the order of the one-bone form.
+    Lanes ax = bones[0]->m_Orientation.lanes, ay = bones[1]->m_Orientation.lanes,
+          az = bones[2]->m_Orientation.lanes, aw = bones[3]->m_Orientation.lanes;
+    transposeLanes(ax, ay, az, aw);
+    Lanes qx = (aw * x + (ax * w + ay * z)) - az * y;
+    Lanes qy = (aw * y + (ay * w + az * x)) - ax * z;
+    Lanes qz = (aw * z + (az * w + ax * y)) - ay * x;
+    Lanes qw = (aw * w - (ax * x + ay * y)) - az * z;
+    const Lanes s = (qx * qx + qy * qy) + (qz * qz + qw * qw);
+
+    // Written so that NaN takes the one-bone form as well, which knows what to do with each case.
+    if (!allLanes(laneAtMost(h2, splat(kStepSeriesEnd)),
+                  laneAtMost(laneAbs(s - splat(1.0f)), splat(kNearUnit)))) {
+        for (int i = 0; i < 4; ++i)
+            bones[i]->integrate();
+        return;
+    }
+    const Lanes f = nearUnitScale(s, splat);
+    qx *= f;
+    qy *= f;
+    qz *= f;
+    qw *= f;
+    transposeLanes(qx, qy, qz, qw);
+    const Lanes q[4] = {qx, qy, qz, qw};
+    for (int i = 0; i < 4; ++i) {
+        bones[i]->m_Orientation.lanes = q[i];
+        bones[i]->m_Dirty = true;
+    }
 }
 
 void Segment::stretchBy(SinewVector step)
@@ -370,7 +427,7 @@ void Segment::computeSubtreeCentre()
     if (isZero(m_SubtreeMass))
         return;
     SinewVector sum;
-    const SinewVector origin = m_GlobalFrame.position;
+    const SinewVector origin = m_World.position;
     walkSubtree(this, [&](const Segment* bone) {
         if (bone == this || !isZero(bone->m_Mass))
             sum += (bone->m_GlobalMassCentre - origin) * bone->m_Mass;
@@ -401,9 +458,9 @@ void Segment::addChainLength(float& sum) const
 
 SinewQuaternion Segment::alignAxis(SinewVector localAxis, SinewVector direction) const
 {
-    SinewVector world = rotate(m_GlobalFrame.rotation, localAxis);
+    SinewVector world = rotate(m_World.rotation, localAxis);
     normalise(world);
-    return shortestArc(world, direction) * m_GlobalFrame.rotation;
+    return shortestArc(world, direction) * m_World.rotation;
 }
 
 } // namespace Sinew

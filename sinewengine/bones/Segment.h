@@ -9,8 +9,14 @@
 
 namespace Sinew {
 
-/// The only implementation of IKSegment. Solver and tasks use it directly; its getters are final, so that a call
-/// through a Segment pointer costs nothing.
+/// Where a bone stands in the world: what a child needs of its parent.
+struct Placement {
+    SinewQuaternion rotation;
+    SinewVector position;
+};
+
+/// The only implementation of IKSegment. Solver and tasks use it directly; its getters are final, so that a
+/// call through a Segment pointer costs nothing.
 ///
 /// Fields stand in order of use, not of subject: what every iteration touches comes first.
 class alignas(64) Segment final : public IKSegment {
@@ -63,11 +69,11 @@ public:
     void setUserData(void* data) override { m_UserData = data; }
     void* getUserData() const override { return m_UserData; }
     void updateGlobal(const GlobalFrame& parent, bool useTarget) override;
-    const SinewVector& getGlobalPosition() const override { return m_GlobalFrame.position; }
-    const SinewVector& getFramePosition() const override { return m_GlobalFrame.position; }
+    const SinewVector& getGlobalPosition() const override { return m_World.position; }
+    const SinewVector& getFramePosition() const override { return m_World.position; }
     const GlobalFrame& getGlobalFrame() const override;
     const SinewQuaternion& getGlobalOrientation() override;
-    const SinewVector& getGlobalTranslation() const override { return m_GlobalFrame.position; }
+    const SinewVector& getGlobalTranslation() const override { return m_World.position; }
     const SinewVector& getSubtreeCentreOffset() const override { return m_SubtreeCentreOffset; }
     const SinewMatrix& getGlobalMatrix() override;
     void setLimit(std::uint32_t axis, float min, float max) override;
@@ -115,9 +121,10 @@ public:
 
     void setFirstColumn(std::uint32_t column) { m_FirstColumn = column; }
     void setIndex(std::uint32_t index) { m_Index = index; }
-    /// The solver's vectors and how many columns they hold; renewed at each `prepare`, as they may have moved.
-    void attach(IKSolverState* solver, std::uint8_t* patternDirty, const float* jointStep, float* secondaryMotion,
-                std::uint32_t columnCount);
+    /// The solver's vectors and how many columns they hold; renewed at each `prepare`, as they may have
+    /// moved.
+    void attach(IKSolverState* solver, std::uint8_t* patternDirty, const float* jointStep,
+                float* secondaryMotion, std::uint32_t columnCount);
     void setLimitsWithRetargeting(bool on) { m_LimitsWithRetargeting = on; }
     /// Bone length, mass centre and rest vector from the translation of the bone's reference child.
     void setBoneVector(SinewVector v);
@@ -126,7 +133,7 @@ public:
     SinewVector& translation() { return m_Translation; }
 
     /// Forward kinematics of this bone alone.
-    SINEW_KIT void place(const GlobalFrame& parent, bool useTarget);
+    SINEW_KIT void place(const Placement& parent, bool useTarget);
     /// Tells the children how far their origins are from the root along the chain.
     SINEW_KIT void passChainLength(Segment* child) const
     {
@@ -135,11 +142,11 @@ public:
     /// The bone's centre of mass in the world, from the frame of the last forward pass.
     SINEW_KIT void placeMassCentre()
     {
-        m_GlobalMassCentre = m_GlobalFrame.position + rotate(m_GlobalFrame.rotation, m_MassCentre);
+        m_GlobalMassCentre = m_World.position + rotate(m_World.rotation, m_MassCentre);
     }
-    /// World rotation and position; the matrix in it may be old, see `worldAxes`.
-    const GlobalFrame& liveFrame() const { return m_GlobalFrame; }
-    /// Rotation matrix of the world frame in column-vector form: row k, lane a is component k of local axis a.
+    const Placement& world() const { return m_World; }
+    /// Rotation matrix of the world frame in column-vector form: row k, lane a is component k of local axis
+    /// a.
     const SinewVector* worldAxes() const { return m_WorldAxes; }
     /// Column `m_FirstColumn` and the next two are the three rotations, and no flag contradicts the layout.
     bool hasPlainRotations() const { return m_PlainRotations; }
@@ -147,6 +154,11 @@ public:
 
     /// Applies one iteration's step, with the velocity bound on its rotation.
     void integrate();
+    /// Whether `integrateFour` may take this bone: its step is a rotation about all three axes and nothing
+    /// else.
+    bool onlyRotates() const { return m_PlainRotations && !m_Translational; }
+    /// `integrate` of four bones that only rotate, one in each lane, to the same bits.
+    static void integrateFour(Segment* const* bones);
     /// Pull towards the target orientation, written into the secondary motion.
     void applyRetargeting(float gain);
     /// Pull back into the limits, added to the secondary motion; ends in the stretch pull.
@@ -179,46 +191,48 @@ private:
     void pull(SinewQuaternion target, float gain);
     bool isBelow(const Segment* other) const;
 
-    // Touched in every iteration.
+    // Touched in every iteration: three cache lines.
     Segment* m_Parent = nullptr;
-    Segment* m_FirstChild = nullptr;  ///< head of the child list, which runs in reverse order of linking
+    Segment* m_FirstChild = nullptr; ///< head of the child list, which runs in reverse order of linking
     Segment* m_NextSibling = nullptr;
     const float* m_JointStep = nullptr; ///< the solver's solution, one float per column
-    float* m_SecondaryMotion = nullptr; ///< the solver's secondary motion, filled by the pulls
     std::uint32_t m_FirstColumn = 0;
-    std::uint32_t m_ColumnCount = 0; ///< columns that the two vectors hold
     float m_MaxVelocity = 0.03f;
-    float m_ChainLength = 0.0f; ///< summed length from the root down to this bone's origin
-    float m_Length = 0.0f;
-    float m_Extension = 0.0f; ///< how far a freely translating bone stands from its rest translation
     bool m_ActiveDof[6] = {true, true, true, false, false, false}; ///< rotation x, y, z, then translation
     bool m_Active = true;
     bool m_Dirty = true; ///< pose changed since the last forward pass
     bool m_PlainRotations = false;
     bool m_Translational = false;
-    bool m_FreeTranslation = false; ///< translation moves the bone itself, not its children
     bool m_FullRetargeting = true;
     bool m_Retargeting = true;
-    bool m_LimitsWithRetargeting = false;
     bool m_LimitsEnabled = false;
     bool m_StretchLimitsEnabled = false;
+
+    SinewQuaternion m_Orientation; ///< current local orientation: the unknown of the solve
+    SinewVector m_Translation; ///< current origin in the parent's frame
+    Placement m_World; ///< where the last forward pass put the bone
+
+    SinewVector m_WorldAxes[3] = {SinewVector(1, 0, 0), SinewVector(0, 1, 0), SinewVector(0, 0, 1)};
+    float m_ChainLength = 0.0f; ///< summed length from the root down to this bone's origin
+    float m_Length = 0.0f;
+    float m_Extension = 0.0f; ///< how far a freely translating bone stands from its rest translation
+    std::uint32_t m_ColumnCount = 0; ///< columns that the solver's two vectors hold
+
+    // Pulls.
+    float* m_SecondaryMotion = nullptr; ///< the solver's secondary motion, filled by the pulls
+    SinewQuaternion m_LimitTarget; ///< orientation towards which the limit pull works
+    SinewQuaternion m_TargetOrientation; ///< orientation that retargeting aims at
+    SinewQuaternion m_RestOrientation;
+    SinewQuaternion m_TwistAlign; ///< turns a free roll axis onto z
+    SinewVector m_RestProjection; ///< projection axis at rest, in the parent's frame
+    bool m_FreeTranslation = false; ///< translation moves the bone itself, not its children
+    bool m_LimitsWithRetargeting = false;
     bool m_EnforceLimits = false;
     bool m_EnforceStretchLimits = false;
     bool m_HoldOrientation = true; ///< limits pull to `m_LimitTarget` whatever the pose
     bool m_BoxViolated = false;
     bool m_RollViolated = false;
     bool m_LimitOn[4] = {false, false, false, false};
-    SinewQuaternion m_Orientation; ///< current local orientation: the unknown of the solve
-    SinewVector m_Translation;     ///< current origin in the parent's frame
-    SinewVector m_WorldAxes[3] = {SinewVector(1, 0, 0), SinewVector(0, 1, 0), SinewVector(0, 0, 1)};
-    mutable GlobalFrame m_GlobalFrame; ///< the matrix in it is filled on demand from the rotation
-
-    // Pulls.
-    SinewQuaternion m_LimitTarget;       ///< orientation towards which the limit pull works
-    SinewQuaternion m_TargetOrientation; ///< orientation that retargeting aims at
-    SinewQuaternion m_RestOrientation;
-    SinewQuaternion m_TwistAlign;   ///< turns a free roll axis onto z
-    SinewVector m_RestProjection;   ///< projection axis at rest, in the parent's frame
     float m_LimitsGain = 1.0f;
     float m_RetargetingGain = 0.1f;
     float m_StretchGain = 1.0f;
@@ -252,19 +266,20 @@ private:
     float m_StretchScale = 1.0f; ///< product of the ratios down from the root
     SinewQuaternion m_OrientationOut; ///< what the orientation getters return a reference to
     SinewMatrix m_MatrixOut;
+    mutable GlobalFrame m_FrameOut;
     SinewVector m_AxisOut;
 };
 
-SINEW_KIT void Segment::place(const GlobalFrame& parent, bool useTarget)
+SINEW_KIT void Segment::place(const Placement& parent, bool useTarget)
 {
-    m_GlobalFrame.position = parent.position + rotate(parent.rotation, m_Translation);
-    m_GlobalFrame.rotation = parent.rotation * (useTarget ? m_TargetOrientation : m_Orientation);
-    rotationRows<false>(m_GlobalFrame.rotation, m_WorldAxes);
+    m_World.position.lanes = parent.position.lanes + rotate(parent.rotation, m_Translation).lanes;
+    m_World.rotation = parent.rotation * (useTarget ? m_TargetOrientation : m_Orientation);
+    rotationRows<false>(m_World.rotation, m_WorldAxes);
     m_Dirty = false;
 }
 
-/// Calls `visit(bone, parent)` for `top` and every bone below it, parents first, children in list order, without
-/// recursion: a hierarchy may be a hundred thousand levels deep.
+/// Calls `visit(bone, parent)` for `top` and every bone below it, parents first, children in list order,
+/// without recursion: a hierarchy may be a hundred thousand levels deep.
 template <class Visit>
 void walkSubtree(Segment* top, Visit visit)
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Limits, retargeting and stretch of a bone. None of them constrains the solve: each is a pull, a desired rate per
-// column, which the solver follows in what the tasks leave free.
+// Limits, retargeting and stretch of a bone. None of them constrains the solve: each is a pull, a desired
+// rate per column, which the solver follows in what the tasks leave free.
 #include "bones/Segment.h"
 #include "kit/Trigonometry.h"
 
@@ -70,14 +70,14 @@ void Segment::setRotationAxis(std::uint32_t rotation_axis, const float* axis)
         return;
     float t;
     if (rotation_axis == 3) {
-        if (axis) {
-            SinewVector given(axis[0], axis[1], axis[2]);
-            const float s = dot(given, given);
-            if (s > 0.0f && s < __builtin_inff()) {
-                normalise(given);
-                m_TwistAxis = given;
-            }
-        }
+        SinewVector given;
+        if (axis)
+            given.set(axis[0], axis[1], axis[2]);
+        const float s = dot(given, given);
+        if (!(s > 0.0f && s < __builtin_inff()))
+            return; // no axis: everything stays
+        normalise(given);
+        m_TwistAxis = given;
         m_TwistAlign = shortestArc(m_TwistAxis, SinewVector(0.0f, 0.0f, 1.0f));
         t = twistAngle(m_TwistAlign * m_RestOrientation, 2);
     } else {
@@ -220,8 +220,8 @@ void Segment::applyStretch(float* rate, float gain, float* weight)
     }
     const float* end = m_SecondaryMotion + m_ColumnCount;
     const float g = gain * m_StretchGain;
-    const SinewVector delta
-        = m_FreeTranslation ? m_RestTranslation - m_Translation : m_RestBoneVector - m_BoneVector;
+    const SinewVector delta =
+        m_FreeTranslation ? m_RestTranslation - m_Translation : m_RestBoneVector - m_BoneVector;
     for (std::uint32_t i = 0; i < 3 && rate < end; ++i) {
         if (!m_ActiveDof[3 + i])
             continue;

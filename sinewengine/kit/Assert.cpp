@@ -8,12 +8,12 @@ namespace Sinew {
 
 namespace {
 
-    void reportAssertion(const char* text, const char* source, int line)
-    {
-        std::fprintf(stderr, "Assertion failed: %s (%s, line %d)\n", text, source, line);
-    }
+void reportAssertion(const char* text, const char* source, int line)
+{
+    std::fprintf(stderr, "Assertion failed: %s (%s, line %d)\n", text, source, line);
+}
 
-    AssertHandler currentHandler = reportAssertion;
+AssertHandler currentHandler = reportAssertion;
 
 } // namespace
 

@@ -20,8 +20,10 @@ void Matrix4d::multiply(const Matrix4d& b) { *this = product(*this, b); }
 bool Matrix4d::invert()
 {
     // Laplace expansion: 2x2 minors of the upper two rows (s) and of the lower two (c).
-    const double s0 = m[0] * m[5] - m[4] * m[1], s1 = m[0] * m[6] - m[4] * m[2], s2 = m[0] * m[7] - m[4] * m[3];
-    const double s3 = m[1] * m[6] - m[5] * m[2], s4 = m[1] * m[7] - m[5] * m[3], s5 = m[2] * m[7] - m[6] * m[3];
+    const double s0 = m[0] * m[5] - m[4] * m[1], s1 = m[0] * m[6] - m[4] * m[2],
+                 s2 = m[0] * m[7] - m[4] * m[3];
+    const double s3 = m[1] * m[6] - m[5] * m[2], s4 = m[1] * m[7] - m[5] * m[3],
+                 s5 = m[2] * m[7] - m[6] * m[3];
     const double c0 = m[8] * m[13] - m[12] * m[9], c1 = m[8] * m[14] - m[12] * m[10];
     const double c2 = m[8] * m[15] - m[12] * m[11], c3 = m[9] * m[14] - m[13] * m[10];
     const double c4 = m[9] * m[15] - m[13] * m[11], c5 = m[10] * m[15] - m[14] * m[11];

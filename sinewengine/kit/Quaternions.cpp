@@ -46,7 +46,8 @@ SinewQuaternion fromColumnMatrix(const SinewMatrix& m)
     const float trace = (m[0][0] + m[1][1]) + m[2][2];
     if (trace > 0.0f) {
         const float s = __builtin_sqrtf(trace + 1.0f), f = 0.5f / s;
-        return SinewQuaternion((m[2][1] - m[1][2]) * f, (m[0][2] - m[2][0]) * f, (m[1][0] - m[0][1]) * f, s * 0.5f);
+        return SinewQuaternion((m[2][1] - m[1][2]) * f, (m[0][2] - m[2][0]) * f, (m[1][0] - m[0][1]) * f,
+                               s * 0.5f);
     }
     std::uint32_t i = 0;
     if (m[1][1] > m[0][0])

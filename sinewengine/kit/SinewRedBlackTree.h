@@ -30,8 +30,8 @@ public:
     SinewRedBlackTree& operator=(const SinewRedBlackTree&) = delete;
     ~SinewRedBlackTree() { clear(); }
 
-    /// Adds a copy of the entry. A key that is there already fails an assertion; if the handler returns, the new
-    /// entry goes in behind the old one, which `find` keeps returning.
+    /// Adds a copy of the entry. A key that is there already fails an assertion; if the handler returns, the
+    /// new entry goes in behind the old one, which `find` keeps returning.
     void insert(const BoneIndexEntry& entry);
     /// The entry with the same key, or null.
     const BoneIndexEntry* find(const BoneIndexEntry& sought) const;

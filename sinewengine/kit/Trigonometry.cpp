@@ -9,43 +9,43 @@ namespace Sinew {
 
 namespace {
 
-    constexpr double kPi = 3.14159265358979323846;
+constexpr double kPi = 3.14159265358979323846;
 
-    // atan(t) = t - t^3/3 + t^5/5 ..., |t| <= tan(pi/8): the first term left out is below 2e-10 of the value.
-    double arcTangentSeries(double t)
-    {
-        const double t2 = t * t;
-        double p = 1.0 / 21.0;
-        for (int k = 19; k >= 3; k -= 2)
-            p = 1.0 / k - t2 * p;
-        return t - t * t2 * p;
-    }
+// atan(t) = t - t^3/3 + t^5/5 ..., |t| <= tan(pi/8): the first term left out is below 2e-10 of the value.
+double arcTangentSeries(double t)
+{
+    const double t2 = t * t;
+    double p = 1.0 / 21.0;
+    for (int k = 19; k >= 3; k -= 2)
+        p = 1.0 / k - t2 * p;
+    return t - t * t2 * p;
+}
 
-    double logarithm(double x)
-    {
-        // x = m 2^e with m near 1; ln m = 2 atanh((m - 1) / (m + 1)), as a series in s.
-        int exponent = 0;
-        double m = std::frexp(x, &exponent);
-        if (m < 0.70710678118654752) {
-            m *= 2.0;
-            --exponent;
-        }
-        const double s = (m - 1.0) / (m + 1.0), s2 = s * s;
-        double p = 1.0 / 21.0;
-        for (int k = 19; k >= 1; k -= 2)
-            p = 1.0 / k + s2 * p;
-        return exponent * 0.69314718055994531 + 2.0 * s * p;
+double logarithm(double x)
+{
+    // x = m 2^e with m near 1; ln m = 2 atanh((m - 1) / (m + 1)), as a series in s.
+    int exponent = 0;
+    double m = std::frexp(x, &exponent);
+    if (m < 0.70710678118654752) {
+        m *= 2.0;
+        --exponent;
     }
+    const double s = (m - 1.0) / (m + 1.0), s2 = s * s;
+    double p = 1.0 / 21.0;
+    for (int k = 19; k >= 1; k -= 2)
+        p = 1.0 / k + s2 * p;
+    return exponent * 0.69314718055994531 + 2.0 * s * p;
+}
 
-    double exponential(double x)
-    {
-        const double k = std::floor(x / 0.69314718055994531 + 0.5);
-        const double r = x - k * 0.69314718055994531;
-        double p = 1.0;
-        for (int n = 16; n >= 1; --n)
-            p = 1.0 + r * p / n;
-        return std::ldexp(p, static_cast<int>(k));
-    }
+double exponential(double x)
+{
+    const double k = std::floor(x / 0.69314718055994531 + 0.5);
+    const double r = x - k * 0.69314718055994531;
+    double p = 1.0;
+    for (int n = 16; n >= 1; --n)
+        p = 1.0 + r * p / n;
+    return std::ldexp(p, static_cast<int>(k));
+}
 
 } // namespace
 
@@ -58,13 +58,17 @@ SineCosine sineCosineReduced(float radians)
         x = std::fmod(x, 2.0 * kPi);
     // pi/2 in two pieces, the first of 33 bits: its product with the quadrant is exact.
     const double k = std::floor(x * (2.0 / kPi) + 0.5);
-    const SineCosine r
-        = sineCosineSeries(static_cast<float>((x - k * 1.57079632673412561417e+00) - k * 6.07710050650619224932e-11));
+    const SineCosine r = sineCosineSeries(
+        static_cast<float>((x - k * 1.57079632673412561417e+00) - k * 6.07710050650619224932e-11));
     switch (static_cast<long long>(k) & 3) {
-    case 0: return {r.sine, r.cosine};
-    case 1: return {r.cosine, -r.sine};
-    case 2: return {-r.sine, -r.cosine};
-    default: return {-r.cosine, r.sine};
+    case 0:
+        return {r.sine, r.cosine};
+    case 1:
+        return {r.cosine, -r.sine};
+    case 2:
+        return {-r.sine, -r.cosine};
+    default:
+        return {-r.cosine, r.sine};
     }
 }
 

@@ -9,45 +9,42 @@ namespace Sinew {
 
 namespace {
 
-    constexpr const char* kSeparator = "----------------------------------------------------";
+constexpr const char* kSeparator = "----------------------------------------------------";
 
-    /// Lines of a label and its values, one blank between values, in the streams' default formats. A path that
-    /// can't be opened leaves the stream failed and nothing is written.
-    class Report {
-    public:
-        Report(const char* path, std::ios::openmode mode)
-        {
-            m_Stream.imbue(std::locale::classic());
-            if (path)
-                m_Stream.open(path, mode);
-        }
-        template <class First, class... Rest>
-        void line(const char* label, First first, Rest... rest)
-        {
-            m_Stream << label << first;
-            ((m_Stream << ' ' << rest), ...);
-            m_Stream << std::endl;
-        }
-        void line(const char* label, const float* values)
-        {
-            line(label, values[0], values[1], values[2]);
-        }
-        void line(const char* label, SinewVector v) { line(label, v.x(), v.y(), v.z()); }
-        void line(const char* label, const bool* flags) { line(label, flags[0], flags[1], flags[2]); }
-        void range(const char* label, const float* pair)
-        {
-            m_Stream << label << pair[0] << " max=" << pair[1] << std::endl;
-        }
-        void text(const char* text) { m_Stream << text << std::endl; }
+/// Lines of a label and its values, one blank between values, in the streams' default formats. A path that
+/// can't be opened leaves the stream failed and nothing is written.
+class Report {
+public:
+    Report(const char* path, std::ios::openmode mode)
+    {
+        m_Stream.imbue(std::locale::classic());
+        if (path)
+            m_Stream.open(path, mode);
+    }
+    template <class First, class... Rest>
+    void line(const char* label, First first, Rest... rest)
+    {
+        m_Stream << label << first;
+        ((m_Stream << ' ' << rest), ...);
+        m_Stream << std::endl;
+    }
+    void line(const char* label, const float* values) { line(label, values[0], values[1], values[2]); }
+    void line(const char* label, SinewVector v) { line(label, v.x(), v.y(), v.z()); }
+    void line(const char* label, const bool* flags) { line(label, flags[0], flags[1], flags[2]); }
+    void range(const char* label, const float* pair)
+    {
+        m_Stream << label << pair[0] << " max=" << pair[1] << std::endl;
+    }
+    void text(const char* text) { m_Stream << text << std::endl; }
 
-    private:
-        std::ofstream m_Stream;
-    };
+private:
+    std::ofstream m_Stream;
+};
 
 } // namespace
 
-// The separators between the blocks and the headings "[Bone ...]" and "[Task ...]" belong to the header's stream,
-// which is closed by then: they never reach the file. Readers tell blocks apart by their first lines.
+// The separators between the blocks and the headings "[Bone ...]" and "[Task ...]" belong to the header's
+// stream, which is closed by then: they never reach the file. Readers tell blocks apart by their first lines.
 void IKSolverState::dumpConfiguration(const char* path) const
 try {
     {
@@ -59,7 +56,8 @@ try {
         report.line("Root Translation Weight=", m_RootTranslationWeight);
         report.line("Root Target Translation=", m_RootTargetTranslation);
         const bool translates = m_RootBone && m_RootBone->isTranslational();
-        const bool freedoms[3] = {translates && m_RootBone->isDofActive(3), translates && m_RootBone->isDofActive(4),
+        const bool freedoms[3] = {translates && m_RootBone->isDofActive(3),
+                                  translates && m_RootBone->isDofActive(4),
                                   translates && m_RootBone->isDofActive(5)};
         report.line("Root Translation DOF=", freedoms);
         report.line("Enable Root Target Translation=", m_EnableRootTarget);

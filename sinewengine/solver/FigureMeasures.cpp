@@ -6,8 +6,8 @@ namespace Sinew {
 
 void IKSolverState::measureFigure()
 {
-    // A bone's vector goes to its shortest child, leaving out children shorter than a fiftieth of the mean length
-    // of the bones measured so far: twist helpers and doubled joints don't count as the bone's end.
+    // A bone's vector goes to its shortest child, leaving out children shorter than a fiftieth of the mean
+    // length of the bones measured so far: twist helpers and doubled joints don't count as the bone's end.
     m_TotalBoneLength = 0.0f;
     std::uint32_t counted = 0;
     float d = 0.0f;
@@ -74,7 +74,8 @@ void IKSolverState::sumMass()
         m_TotalMass += m_Bones[i].getMass();
         m_Bones[i].m_SubtreeMass = m_Bones[i].getMass();
     }
-    // Children come behind their parents in the order, so from the back each subtree is complete when it is added.
+    // Children come behind their parents in the order, so from the back each subtree is complete when it is
+    // added.
     for (std::uint32_t i = m_Order.count(); i-- > 0;) {
         Segment& bone = *m_Order[i];
         if (Segment* parent = bone.getParent())
@@ -186,8 +187,8 @@ void IKSolverState::setMomentsPrecision(float precision)
     updateMomentDamping();
 }
 
-/// The reaction tasks together take the load; by default the first fully active one also fixes the zero-moment
-/// point: `solve` copies its target.
+/// The reaction tasks together take the load; by default the first fully active one also fixes the
+/// zero-moment point: `solve` copies its target.
 void IKSolverState::recomputeZmp()
 {
     SinewVector load = m_BalanceTask->gravityForce();

@@ -6,10 +6,7 @@
 
 namespace Sinew {
 
-IKSolver::IKSolver()
-    : m_State(new IKSolverState)
-{
-}
+IKSolver::IKSolver() : m_State(new IKSolverState) { }
 IKSolver::~IKSolver() { delete m_State; }
 
 void IKSolver::setTolerance(float tolerance) { m_State->m_Tolerance = tolerance; }
@@ -52,7 +49,10 @@ void IKSolver::setSecondaryTaskPrecision(float precision)
 {
     m_State->m_SecondaryPrecision = 0.2f / clamp(precision, 0.2f, 1.5f);
 }
-float IKSolver::secondaryTaskWeight() const { return m_State->m_SecondaryTaskWeight / m_State->m_SecondaryWeightUnit; }
+float IKSolver::secondaryTaskWeight() const
+{
+    return m_State->m_SecondaryTaskWeight / m_State->m_SecondaryWeightUnit;
+}
 void IKSolver::setSecondaryTaskWeight(float weight)
 {
     m_State->m_SecondaryTaskWeight = weight * m_State->m_SecondaryWeightUnit;
@@ -77,7 +77,10 @@ void IKSolver::setZmp(float x, float y, float z) { m_State->setZmp(x, y, z); }
 float IKSolver::totalMass() const { return m_State->m_TotalMass; }
 void IKSolver::setTotalMass(float mass) { m_State->setTotalMass(mass); }
 SinewVector* IKSolver::rootTargetTranslation() { return &m_State->m_RootTargetTranslation; }
-void IKSolver::setRootTargetTranslation(float x, float y, float z) { m_State->m_RootTargetTranslation.set(x, y, z); }
+void IKSolver::setRootTargetTranslation(float x, float y, float z)
+{
+    m_State->m_RootTargetTranslation.set(x, y, z);
+}
 bool IKSolver::enableRootTarget() const { return m_State->m_EnableRootTarget; }
 void IKSolver::setEnableRootTarget(bool on) { m_State->m_EnableRootTarget = on; }
 float IKSolver::rootTranslationWeight() const { return m_State->m_RootTranslationWeight; }
@@ -92,7 +95,10 @@ void IKSolver::requestMeasure() { m_State->requestMeasure(); }
 void IKSolver::reset() { m_State->reset(); }
 bool IKSolver::prepare() { return m_State->prepare(); }
 void IKSolver::dumpConfiguration(const char* path) { m_State->dumpConfiguration(path); }
-bool IKSolver::solveAdaptive(std::uint32_t steps, int& status) { return m_State->solveAdaptive(steps, status); }
+bool IKSolver::solveAdaptive(std::uint32_t steps, int& status)
+{
+    return m_State->solveAdaptive(steps, status);
+}
 bool IKSolver::solveAdaptive(std::uint32_t steps, int* status)
 {
     int unasked = 0;
@@ -103,7 +109,8 @@ std::uint32_t IKSolver::taskCount() const { return m_State->m_Tasks.count(); }
 void IKSolver::removeBalanceTask() { m_State->removeBalanceTask(); }
 void IKSolver::removeTask(IKTask* task) { m_State->removeTask(task); }
 IKBalanceTask* IKSolver::balanceTask() const { return m_State->m_BalanceTask; }
-IKBalanceTask* IKSolver::addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass, std::uint32_t depth)
+IKBalanceTask* IKSolver::addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass,
+                                        std::uint32_t depth)
 {
     return m_State->addBalanceTask(axis, moments, centreOfMass, depth);
 }

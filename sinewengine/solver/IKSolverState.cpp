@@ -34,7 +34,7 @@ void IKSolverState::setBones(const BoneDescriptor* descriptors, std::uint32_t co
     SINEW_ASSERT(m_SegmentCount == 0, "m_Bones.count()==0", "IKSolverState", 118);
     if (m_SegmentCount != 0 || !descriptors || count == 0)
         return;
-    m_Bones = static_cast<Segment*>(alignedAlloc(std::size_t {count} * sizeof(Segment), kEngineAlignment));
+    m_Bones = static_cast<Segment*>(alignedAlloc(std::size_t{count} * sizeof(Segment), kEngineAlignment));
     for (std::uint32_t i = 0; i < count; ++i)
         new (m_Bones + i) Segment;
     m_SegmentCount = count;
@@ -119,7 +119,8 @@ PositionTask* IKSolverState::addPositionTask(const char* bone, std::uint32_t dep
 {
     PositionTask* task = addTask<PositionTask>(bone, depth);
     if (task && m_RootBone)
-        task->setTarget(static_cast<const Segment*>(task->getSegment())->getGlobalPosition() + m_FigureFrame.position);
+        task->setTarget(static_cast<const Segment*>(task->getSegment())->getGlobalPosition()
+                        + m_FigureFrame.position);
     return task;
 }
 
@@ -178,7 +179,8 @@ void IKSolverState::setTaskTargets(const float* const* targets)
             m_Tasks[i]->setTargetVector(targets[i]);
 }
 
-BalanceTask* IKSolverState::addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass, std::uint32_t depth)
+BalanceTask* IKSolverState::addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass,
+                                           std::uint32_t depth)
 {
     if (m_BalanceTask) {
         m_BalanceTask->setGravityAxis(axis);
@@ -264,12 +266,12 @@ void IKSolverState::refreshFrames(bool useTarget)
     }
     // Without a balance task nothing asks for mass centres before the next `updateFigure`.
     const bool massCentres = useTarget || m_BalanceTask;
-    m_RootBone->place(m_FigureFrame, useTarget);
+    m_RootBone->place({m_FigureFrame.rotation, m_FigureFrame.position}, useTarget);
     if (massCentres)
         m_RootBone->placeMassCentre();
     for (Segment **bone = m_Order.data() + 1, **end = m_Order.data() + m_RootTreeCount; bone < end; ++bone) {
         const Segment* parent = (*bone)->getParent();
-        (*bone)->place(parent->liveFrame(), useTarget);
+        (*bone)->place(parent->world(), useTarget);
         parent->passChainLength(*bone);
         if (massCentres)
             (*bone)->placeMassCentre();
@@ -347,7 +349,7 @@ void IKSolverState::layOutRows()
 
 void IKSolverState::bindTasks()
 {
-    const TaskBinding binding {this, &m_PatternDirty, m_Jacobian.rows(), m_TaskError};
+    const TaskBinding binding{this, &m_PatternDirty, m_Jacobian.rows(), m_TaskError};
     for (Task* task : m_Tasks) {
         task->bind(binding, nullptr, 0);
         task->updateError();

@@ -69,8 +69,8 @@ public:
     void setSetupDirty(bool dirty) { m_SetupDirty = dirty; }
     /// Columns or rows changed: `prepare` must run even if a client clears the flag that it can reach.
     void requireSetup() { m_SetupDirty = m_LayoutDirty = true; }
-    /// A link changed, or freedoms changed without a new layout: tasks may now write cells outside the pattern,
-    /// which count as zero until it is built again.
+    /// A link changed, or freedoms changed without a new layout: tasks may now write cells outside the
+    /// pattern, which count as zero until it is built again.
     void noteTreeChanged()
     {
         m_OrderDirty = true;
@@ -89,8 +89,8 @@ public:
     const Jacobian& jacobian() const { return m_Jacobian; }
     bool hasBalanceTask() const { return m_BalanceTask != nullptr; }
     SinewVector zmp() const { return m_Zmp; }
-    /// Brings world positions back into the frame in which targets are given, as the figure stands at minus the
-    /// zero-moment point while the balance task is active.
+    /// Brings world positions back into the frame in which targets are given, as the figure stands at minus
+    /// the zero-moment point while the balance task is active.
     SinewVector balanceOffset() const
     {
         return m_BalanceTask && m_BalanceTask->isActive() ? m_Zmp : SinewVector();
@@ -135,6 +135,7 @@ private:
     void step();
     bool hasDiverged(float& errorSoFar) const;
     void advanceBones();
+    void pullAfterStep(Segment& bone);
 
     // Bones and tasks.
     SinewRedBlackTree m_BoneIndex;
@@ -144,14 +145,15 @@ private:
     Segment* m_RootBone = nullptr;
     BalanceTask* m_BalanceTask = nullptr;
     PositionTask* m_SupportTask = nullptr; ///< its target anchors the zero-moment point
-    GlobalFrame m_FigureFrame;             ///< parent frame of the root; stands at minus the zero-moment point
+    GlobalFrame m_FigureFrame; ///< parent frame of the root; stands at minus the zero-moment point
     const float* const* m_RetargetSources[5] = {};
     void* m_UserContext = nullptr;
-    /// All bones, parents before children, level by level from the root and then the other trees: neighbours in
-    /// it seldom depend on each other, so that their forward kinematics overlap.
+    /// All bones, parents before children, level by level from the root and then the other trees: neighbours
+    /// in it seldom depend on each other, so that their forward kinematics overlap.
     PointerArray<Segment> m_Order;
     std::uint32_t m_RootTreeCount = 0; ///< how many of them hang below the root
-    PointerArray<Task> m_FirstTasks;   ///< active tasks that don't follow; kept so that `solve` allocates nothing
+    PointerArray<Task>
+        m_FirstTasks; ///< active tasks that don't follow; kept so that `solve` allocates nothing
     PointerArray<Task> m_FollowingTasks;
 
     // Dimensions and arrays. Vectors are whole blocks of four; lanes beyond the count stay zero.
@@ -163,18 +165,18 @@ private:
     std::uint32_t m_TaskCount = 0;
     std::uint32_t m_Iteration = 0;
     Jacobian m_Jacobian;
-    float* m_ArrayBlock = nullptr;     ///< one block behind all vectors below
+    float* m_ArrayBlock = nullptr; ///< one block behind all vectors below
     float* m_SecondaryMotion = nullptr; ///< z: pulls of the bones, per column
-    float* m_ColumnWeights = nullptr;   ///< C
-    float* m_JointStep = nullptr;       ///< dq
-    float* m_PrimaryStep = nullptr;     ///< C Jt W y
-    float* m_SecondaryStep = nullptr;   ///< C Jt W u
-    float* m_RowWeights = nullptr;      ///< W
-    float* m_RowDamping = nullptr;      ///< D, negative
-    float* m_TaskError = nullptr;       ///< e: target minus current, world axes
-    float* m_PrimaryDual = nullptr;     ///< y
-    float* m_SecondaryDual = nullptr;   ///< u
-    float* m_SecondaryRows = nullptr;   ///< J z
+    float* m_ColumnWeights = nullptr; ///< C
+    float* m_JointStep = nullptr; ///< dq
+    float* m_PrimaryStep = nullptr; ///< C Jt W y
+    float* m_SecondaryStep = nullptr; ///< C Jt W u
+    float* m_RowWeights = nullptr; ///< W
+    float* m_RowDamping = nullptr; ///< D, negative
+    float* m_TaskError = nullptr; ///< e: target minus current, world axes
+    float* m_PrimaryDual = nullptr; ///< y
+    float* m_SecondaryDual = nullptr; ///< u
+    float* m_SecondaryRows = nullptr; ///< J z
     float* m_RowScratchA = nullptr;
     float* m_RowScratchB = nullptr;
 

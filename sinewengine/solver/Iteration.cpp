@@ -1,43 +1,44 @@
 // SPDX-License-Identifier: MIT
 // The iteration: frames, task rows, one sweep of the least-squares step, the step applied to the bones.
 //
-// With J the Jacobian, W and C the diagonals of row and column weights, L the positive row damping, e the task
-// error and z the pulls, the joint step is the weighted damped least-squares solution with z projected into what
-// the tasks leave free:
+// With J the Jacobian, W and C the diagonals of row and column weights, L the positive row damping, e the
+// task error and z the pulls, the joint step is the weighted damped least-squares solution with z projected
+// into what the tasks leave free:
 //
 //     dq = C Jt W (J C Jt W + L)^-1 e + (I - C Jt W (J C Jt W + L)^-1 J) z
 //
-// Neither inverse is formed. Two dual vectors, y for e and u for J z, carry the solves by Richardson iteration
-// with step 1, and exactly one sweep is made per iteration: y and u persist and follow e and z as the pose moves.
+// Neither inverse is formed. Two dual vectors, y for e and u for J z, carry the solves by Richardson
+// iteration with step 1, and exactly one sweep is made per iteration: y and u persist and follow e and z as
+// the pose moves.
 #include "solver/IKSolverState.h"
 
 namespace Sinew {
 
 namespace {
 
-    constexpr std::uint32_t blocks(std::uint32_t count) { return (count + 3u) & ~3u; }
+constexpr std::uint32_t blocks(std::uint32_t count) { return (count + 3u) & ~3u; }
 
-    bool isAllZero(const float* v, std::uint32_t count)
-    {
-        Lanes largest = zeroLanes();
-        bool ordered = true;
-        for (std::uint32_t i = 0; i < blocks(count); i += 4)
-            largest = laneMax(laneAbs(loadLanes(v + i)), largest);
-        // NaN lanes are passed over by the maximum: look at them one by one only where the rest is zero.
-        if (maxLane(largest) > 0.0f)
-            return false;
-        for (std::uint32_t i = 0; i < count; ++i)
-            ordered = ordered && v[i] == v[i];
-        return ordered;
-    }
+bool isAllZero(const float* v, std::uint32_t count)
+{
+    Lanes largest = zeroLanes();
+    bool ordered = true;
+    for (std::uint32_t i = 0; i < blocks(count); i += 4)
+        largest = laneMax(laneAbs(loadLanes(v + i)), largest);
+    // NaN lanes are passed over by the maximum: look at them one by one only where the rest is zero.
+    if (maxLane(largest) > 0.0f)
+        return false;
+    for (std::uint32_t i = 0; i < count; ++i)
+        ordered = ordered && v[i] == v[i];
+    return ordered;
+}
 
-    float largestMagnitude(const float* v, std::uint32_t count)
-    {
-        Lanes largest = zeroLanes();
-        for (std::uint32_t i = 0; i < blocks(count); i += 4)
-            largest = laneMax(laneAbs(loadLanes(v + i)), largest);
-        return maxLane(largest);
-    }
+float largestMagnitude(const float* v, std::uint32_t count)
+{
+    Lanes largest = zeroLanes();
+    for (std::uint32_t i = 0; i < blocks(count); i += 4)
+        largest = laneMax(laneAbs(loadLanes(v + i)), largest);
+    return maxLane(largest);
+}
 
 } // namespace
 
@@ -81,8 +82,8 @@ bool IKSolverState::solve(std::uint32_t steps)
     return converges;
 }
 
-/// Pulls of the pose that the solve starts from. A retargeting bone gets no limit pull here, whatever the setting.
-/// Returns whether every bone has its three rotations and none but the root translates.
+/// Pulls of the pose that the solve starts from. A retargeting bone gets no limit pull here, whatever the
+/// setting. Returns whether every bone has its three rotations and none but the root translates.
 bool IKSolverState::pullBeforeFirst(bool& anyRetargeted)
 {
     bool plain = true;
@@ -206,13 +207,14 @@ void IKSolverState::step()
     }
 }
 
-/// The duals against the largest error seen, which counts only the last block of rows and starts at 1: in length
-/// units, so the test is not free of scale.
+/// The duals against the largest error seen, which counts only the last block of rows and starts at 1: in
+/// length units, so the test is not free of scale.
 bool IKSolverState::hasDiverged(float& errorSoFar) const
 {
     if (m_Rows == 0)
         return false;
-    const float primary = largestMagnitude(m_PrimaryDual, m_Rows), secondary = largestMagnitude(m_SecondaryDual, m_Rows);
+    const float primary = largestMagnitude(m_PrimaryDual, m_Rows),
+                secondary = largestMagnitude(m_SecondaryDual, m_Rows);
     const float dual = primary > secondary ? primary : secondary;
     const float error = maxLane(laneAbs(loadLanes(m_TaskError + ((m_Rows - 1) & ~3u))));
     if (error > errorSoFar)
@@ -220,23 +222,50 @@ bool IKSolverState::hasDiverged(float& errorSoFar) const
     return dual / errorSoFar > 4.0f * m_FigureLength;
 }
 
+void IKSolverState::pullAfterStep(Segment& bone)
+{
+    const bool retargeting = bone.isRetargeting();
+    if (retargeting)
+        bone.applyRetargeting(m_RetargetGain);
+    if (!retargeting || m_LimitsWithRetargeting) {
+        if (bone.wantsLimitPass())
+            bone.applyLimits(m_LimitsGain, m_StretchPullGain, m_ColumnWeights);
+    } else if (bone.wantsStretchPass()) {
+        bone.applyStretch(nullptr, m_StretchPullGain, m_ColumnWeights);
+    }
+}
+
+/// Steps and pulls of the active bones in array order. Bones that only rotate go four at a time: such a
+/// bone's step changes nothing that another bone's pull reads, so the order of effects is that of one after
+/// the other.
 void IKSolverState::advanceBones()
 {
-    for (std::uint32_t i = 0; i < m_SegmentCount; ++i) {
-        Segment& bone = m_Bones[i];
-        if (!bone.isActive())
-            continue;
-        bone.integrate();
-        const bool retargeting = bone.isRetargeting();
-        if (retargeting)
-            bone.applyRetargeting(m_RetargetGain);
-        if (!retargeting || m_LimitsWithRetargeting) {
-            if (bone.wantsLimitPass())
-                bone.applyLimits(m_LimitsGain, m_StretchPullGain, m_ColumnWeights);
-        } else if (bone.wantsStretchPass()) {
-            bone.applyStretch(nullptr, m_StretchPullGain, m_ColumnWeights);
+    Segment* waiting[4];
+    std::uint32_t count = 0;
+    const auto flush = [&] {
+        if (count == 4)
+            Segment::integrateFour(waiting);
+        for (std::uint32_t k = 0; k < count; ++k) {
+            if (count < 4)
+                waiting[k]->integrate();
+            pullAfterStep(*waiting[k]);
         }
+        count = 0;
+    };
+    for (Segment *bone = m_Bones, *end = m_Bones + m_SegmentCount; bone != end; ++bone) {
+        if (!bone->isActive())
+            continue;
+        if (bone->onlyRotates()) {
+            waiting[count++] = bone;
+            if (count == 4)
+                flush();
+            continue;
+        }
+        flush();
+        bone->integrate();
+        pullAfterStep(*bone);
     }
+    flush();
     m_FramesCurrent = false;
 }
 

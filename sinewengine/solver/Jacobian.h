@@ -9,13 +9,13 @@
 
 namespace Sinew {
 
-/// Rows are task quantities, columns are joint freedoms. A block is four consecutive columns of a row, starting at
-/// a multiple of four; padding rows and columns stay zero.
+/// Rows are task quantities, columns are joint freedoms. A block is four consecutive columns of a row,
+/// starting at a multiple of four; padding rows and columns stay zero.
 ///
 /// Both products run over the same list of blocks row by row: J x dots each block with x, and J^T x adds each
-/// block, scaled, to its columns. That needs neither a transposed copy nor gathered loads. Rows next to each other
-/// with equal lists, as the three of a task have, are walked together. Sums run over columns in ascending blocks
-/// and over rows in ascending order, whatever the grouping.
+/// block, scaled, to its columns. That needs neither a transposed copy nor gathered loads. Rows next to each
+/// other with equal lists, as the three of a task have, are walked together. Sums run over columns in
+/// ascending blocks and over rows in ascending order, whatever the grouping.
 class Jacobian {
 public:
     Jacobian() = default;
@@ -32,9 +32,9 @@ public:
     /// Zeroes the first rowCapacity times columnCapacity floats, counted contiguously: that count ignores the
     /// stride, so old marks may stay in the last rows. Meant so.
     void clearForPattern();
-    /// Lists the blocks of the first `rowCount` rows in which a cell of the first `columnCount` columns is not
-    /// zero. `exact` promises that no cell which is zero now will be written before the next call; otherwise such
-    /// cells are kept and count as zero in the products.
+    /// Lists the blocks of the first `rowCount` rows in which a cell of the first `columnCount` columns is
+    /// not zero. `exact` promises that no cell which is zero now will be written before the next call;
+    /// otherwise such cells are kept and count as zero in the products.
     void listBlocks(std::uint32_t rowCount, std::uint32_t columnCount, bool exact);
 
     /// Takes back the promise of `exact`.
@@ -65,7 +65,7 @@ private:
     float* m_Jacobian = nullptr;
     float** m_JacobianRows = nullptr;
     std::uint32_t* m_RowBlocks = nullptr; ///< column-block starts, row after row
-    Mask* m_BlockMasks = nullptr;         ///< per row of `m_RowBlocks`: which cells were in the pattern
+    Mask* m_BlockMasks = nullptr; ///< per row of `m_RowBlocks`: which cells were in the pattern
     RowGroup* m_Groups = nullptr;
     std::uint32_t m_GroupCount = 0;
     std::uint32_t m_BlockCount = 0;
@@ -73,7 +73,7 @@ private:
     std::uint32_t m_RowCapacity = 0;
     std::uint32_t m_ColumnCapacity = 0;
     std::uint32_t m_ColumnStride = 0; ///< floats per row, always more than the columns
-    std::uint32_t m_RowStride = 0;    ///< rows stored, always more than the rows in use
+    std::uint32_t m_RowStride = 0; ///< rows stored, always more than the rows in use
     bool m_Exact = true;
 };
 

@@ -9,10 +9,10 @@ namespace Sinew {
 
 namespace {
 
-    /// Height of a figure of one bone, and of any figure without a length of its own: weights stay finite.
-    constexpr float kOneBoneHeight = 26.737968f;
-    constexpr float kRowUnit = 0.018181818f; // 1/55
-    constexpr float kSizeUnit = 0.0612f;     // height times this is the figure's size in reference units
+/// Height of a figure of one bone, and of any figure without a length of its own: weights stay finite.
+constexpr float kOneBoneHeight = 26.737968f;
+constexpr float kRowUnit = 0.018181818f; // 1/55
+constexpr float kSizeUnit = 0.0612f; // height times this is the figure's size in reference units
 
 } // namespace
 
@@ -22,11 +22,15 @@ void IKSolverState::allocateArrays()
 {
     releaseArrays();
     m_Jacobian.allocate(m_RowCapacity, m_ColumnCapacity);
-    // Whole blocks of 32 floats keep every vector on a 128-byte boundary, with a spare block behind the last lane.
-    const std::size_t columns = (m_ColumnCapacity + 4 + 31) / 32 * 32, rows = (m_RowCapacity + 4 + 31) / 32 * 32;
-    m_ArrayBlock = static_cast<float*>(alignedAlloc((5 * columns + 8 * rows) * sizeof(float), kEngineAlignment));
+    // Whole blocks of 32 floats keep every vector on a 128-byte boundary, with a spare block behind the last
+    // lane.
+    const std::size_t columns = (m_ColumnCapacity + 4 + 31) / 32 * 32,
+                      rows = (m_RowCapacity + 4 + 31) / 32 * 32;
+    m_ArrayBlock =
+        static_cast<float*>(alignedAlloc((5 * columns + 8 * rows) * sizeof(float), kEngineAlignment));
     float* next = m_ArrayBlock;
-    for (float** vector : {&m_SecondaryMotion, &m_ColumnWeights, &m_JointStep, &m_PrimaryStep, &m_SecondaryStep}) {
+    for (float** vector :
+         {&m_SecondaryMotion, &m_ColumnWeights, &m_JointStep, &m_PrimaryStep, &m_SecondaryStep}) {
         *vector = next;
         next += columns;
     }
@@ -58,7 +62,8 @@ void IKSolverState::updateRowWeights(const Task& task)
     if (first == kNoRow || !m_RowWeights)
         return;
     const float s = task.isBalanceTask() || task.isPositionTask()
-        ? ((kRowUnit / square(scaleHeight() * kSizeUnit)) * m_PrecisionUnit) * (m_LengthRowGain * m_PCoefficient)
+        ? ((kRowUnit / square(scaleHeight() * kSizeUnit)) * m_PrecisionUnit)
+            * (m_LengthRowGain * m_PCoefficient)
         : (m_AngleRowGain * m_PCoefficient) * (m_PrecisionUnit * kRowUnit);
     for (std::uint32_t k = 0; k < task.getRowCount() && first + k < m_RowCapacity; ++k)
         m_RowWeights[first + k] = s * task.getAxisWeight(k);
@@ -77,7 +82,8 @@ void IKSolverState::updateMomentWeights()
 {
     if (!m_BalanceTask || !m_BalanceTask->momentRows() || !m_RowWeights || m_RowCapacity < 3)
         return;
-    const float w = (square(80.0f / m_TotalMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
+    const float w =
+        (square(80.0f / m_TotalMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
     for (std::uint32_t k = 1; k <= 3; ++k)
         m_RowWeights[m_RowCapacity - k] = w;
 }

@@ -7,10 +7,14 @@
 
 namespace Sinew {
 
-BalanceTask::BalanceTask(std::uint32_t creationDepth, Segment* bones, std::uint32_t boneCount, std::uint32_t axis,
-                         bool momentRows, bool centreOfMassRows)
-    : Task(creationDepth, bones, momentRows || centreOfMassRows), m_Bones(bones), m_BoneCount(boneCount),
-      m_MomentRows(momentRows), m_CentreOfMassRows(centreOfMassRows), m_GravityDirection(unitAxis(axis))
+BalanceTask::BalanceTask(std::uint32_t creationDepth, Segment* bones, std::uint32_t boneCount,
+                         std::uint32_t axis, bool momentRows, bool centreOfMassRows)
+    : Task(creationDepth, bones, momentRows || centreOfMassRows),
+      m_Bones(bones),
+      m_BoneCount(boneCount),
+      m_MomentRows(momentRows),
+      m_CentreOfMassRows(centreOfMassRows),
+      m_GravityDirection(unitAxis(axis))
 {
     if (!centreOfMassRows)
         m_RowCount = 0;

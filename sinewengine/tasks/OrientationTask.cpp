@@ -13,8 +13,8 @@ OrientationTask::OrientationTask(std::uint32_t creationDepth, Segment* segment)
 
 void OrientationTask::setTargetMatrix(const float* m)
 {
-    m_TargetMatrix
-        = toColumnMatrix(fromColumnMatrix(makeMatrix(m[0], m[1], m[2], m[4], m[5], m[6], m[8], m[9], m[10])));
+    m_TargetMatrix =
+        toColumnMatrix(fromColumnMatrix(makeMatrix(m[0], m[1], m[2], m[4], m[5], m[6], m[8], m[9], m[10])));
 }
 
 void OrientationTask::setTarget(const SinewQuaternion& target)
@@ -38,28 +38,28 @@ void OrientationTask::setAimDirection(float x, float y, float z)
         return;
     const float a = length(m_LocalAxis), b = length(m_AimDirection);
     if (isNearZero(a) || isNearZero(b)) {
-        m_Target = m_Segment->liveFrame().rotation;
+        m_Target = m_Segment->world().rotation;
         return;
     }
     m_AimDirection *= 1.0f / b;
     m_Target = m_Segment->alignAxis(m_LocalAxis, m_AimDirection);
 }
 
-/// -sin(theta) times the axis of the rotation from target to pose, from the antisymmetric part of its matrix. It
-/// shrinks again beyond a quarter turn and vanishes at a half.
+/// -sin(theta) times the axis of the rotation from target to pose, from the antisymmetric part of its matrix.
+/// It shrinks again beyond a quarter turn and vanishes at a half.
 SinewVector OrientationTask::generalError() const
 {
-    const SinewMatrix r = toColumnMatrix(m_Segment->liveFrame().rotation * conj(m_Target));
+    const SinewMatrix r = toColumnMatrix(m_Segment->world().rotation * conj(m_Target));
     return SinewVector(r[2][1] - r[1][2], r[0][2] - r[2][0], r[1][0] - r[0][1]) * -0.5f;
 }
 
-/// An untriggered follower asks for nothing. The count ignores the row stride, so the tail of the last rows keeps
-/// its values; with the error at 0 they do no harm.
+/// An untriggered follower asks for nothing. The count ignores the row stride, so the tail of the last rows
+/// keeps its values; with the error at 0 they do no harm.
 void OrientationTask::clearRows(std::uint32_t columns)
 {
     for (std::uint32_t k = 0; k < m_RowCount; ++k)
         m_Binding.taskError[m_FirstRow + k] = 0.0f;
-    std::memset(jacobianRow(0), 0, std::size_t {m_RowCount} * columns * sizeof(float));
+    std::memset(jacobianRow(0), 0, std::size_t{m_RowCount} * columns * sizeof(float));
 }
 
 void OrientationTask::computeRows(std::uint32_t columns, std::uint32_t)
@@ -70,7 +70,7 @@ void OrientationTask::computeRows(std::uint32_t columns, std::uint32_t)
     SinewVector e;
     if (m_FastPath) {
         // Half as large as the general error: orientation tasks pull half as hard on this path.
-        const SinewQuaternion q = m_Segment->liveFrame().rotation * conj(m_Target);
+        const SinewQuaternion q = m_Segment->world().rotation * conj(m_Target);
         e.lanes = clearW(q.lanes * splat(-q.w()));
     } else {
         e = generalError();

@@ -28,7 +28,7 @@ public:
     void setFastPath(bool on) override { m_FastPath = on && m_RowCount == 3; }
     void computeRows(std::uint32_t columns, std::uint32_t rows) override;
     void updateError() override;
-    void setTargetFromPose() override { m_Target = m_Segment->liveFrame().rotation; }
+    void setTargetFromPose() override { m_Target = m_Segment->world().rotation; }
     OrientationTask* asOrientationTask() override { return this; }
 
 private:
@@ -36,7 +36,7 @@ private:
     void clearRows(std::uint32_t columns);
 
     SinewQuaternion m_Target;
-    SinewVector m_LocalAxis;    ///< unit unless zero
+    SinewVector m_LocalAxis; ///< unit unless zero
     SinewVector m_AimDirection;
     SinewMatrix m_TargetMatrix; ///< as given through `setTargetMatrix`; nothing aims at it
     bool m_AimMode = false;

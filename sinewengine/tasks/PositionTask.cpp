@@ -9,16 +9,15 @@ namespace Sinew {
 
 namespace {
 
-    /// The matrix n n^T applied to v.
-    SinewVector projectOnto(SinewVector n, SinewVector v)
-    {
-        return SinewVector(dot(n * n.x(), v), dot(n * n.y(), v), dot(n * n.z(), v));
-    }
+/// The matrix n n^T applied to v.
+SinewVector projectOnto(SinewVector n, SinewVector v)
+{
+    return SinewVector(dot(n * n.x(), v), dot(n * n.y(), v), dot(n * n.z(), v));
+}
 
 } // namespace
 
-PositionTask::PositionTask(std::uint32_t creationDepth, Segment* segment)
-    : Task(creationDepth, segment, true)
+PositionTask::PositionTask(std::uint32_t creationDepth, Segment* segment) : Task(creationDepth, segment, true)
 {
 }
 
@@ -87,12 +86,12 @@ void PositionTask::computeRows(std::uint32_t columns, std::uint32_t rows)
 /// Sets `m_Error` and returns the point that the columns turn about the bones' origins.
 SinewVector PositionTask::evaluateError()
 {
-    const GlobalFrame& frame = m_Segment->liveFrame();
+    const Placement& frame = m_Segment->world();
     if (m_PoleVector) {
         m_Error = poleError();
         return frame.position;
     }
-    m_Binding.solver->raiseReach(length(m_Offset) + m_Segment->chainLength());
+    m_Binding.solver->raiseReach(m_OffsetLength + m_Segment->chainLength());
     SinewVector point = frame.position + rotate(frame.rotation, m_Offset);
     if (!m_FastPath)
         point += m_Binding.solver->balanceOffset();
@@ -107,8 +106,8 @@ SinewVector PositionTask::evaluateError()
     return point;
 }
 
-/// The part of the way to the target that is normal to the plane of parent, bone and first child, shrunk by the
-/// square of the sine of the angle between them; 0 where the chain is too straight to have a plane.
+/// The part of the way to the target that is normal to the plane of parent, bone and first child, shrunk by
+/// the square of the sine of the angle between them; 0 where the chain is too straight to have a plane.
 SinewVector PositionTask::poleError() const
 {
     const Segment *parent = m_Segment->getParent(), *child = m_Segment->getFirstChild();
@@ -127,7 +126,8 @@ SinewVector PositionTask::poleError() const
     return projectOnto(cross(a, b), way);
 }
 
-/// The vector by which `x` lies behind the plane, or zero; the first contact of a solve triggers the follower.
+/// The vector by which `x` lies behind the plane, or zero; the first contact of a solve triggers the
+/// follower.
 SinewVector PositionTask::planeCorrection(SinewVector x)
 {
     const SinewVector d = x - m_PlanePoint;
@@ -149,8 +149,8 @@ SinewVector PositionTask::planeCorrection(SinewVector x)
 }
 
 // A rotational column is the velocity of the point for a unit rotation about local axis a through the bone's
-// origin: r x U[a] with r = origin - point. With the axes' components side by side (C[k][a] = U[a][k]), the three
-// columns of a bone come out as three lanes of each row.
+// origin: r x U[a] with r = origin - point. With the axes' components side by side (C[k][a] = U[a][k]), the
+// three columns of a bone come out as three lanes of each row.
 
 void PositionTask::computeColumns(SinewVector point, std::uint32_t columns, std::uint32_t rows)
 {

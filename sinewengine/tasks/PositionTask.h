@@ -21,7 +21,11 @@ public:
     void setTarget(float x, float y, float z) override { m_Target.set(x, y, z); }
     void setTarget(const SinewVector& target) override { m_Target.lanes = clearW(target.lanes); }
     const SinewVector& getTarget() const override { return m_Target; }
-    void setOffset(float x, float y, float z) override { m_Offset.set(x, y, z); }
+    void setOffset(float x, float y, float z) override
+    {
+        m_Offset.set(x, y, z);
+        m_OffsetLength = length(m_Offset);
+    }
     const SinewVector& getOffset() const override { return m_Offset; }
     void setForce(float x, float y, float z) override;
     const SinewVector& getForce() const override { return m_Force; }
@@ -66,6 +70,7 @@ private:
     SinewVector m_Force;
     SinewVector m_PlaneNormal = SinewVector(0.0f, 1.0f, 0.0f); ///< normalised in place when used
     SinewVector m_PlanePoint;
+    float m_OffsetLength = 0.0f;
     float m_ForceShare = 1.0f;
     bool m_PositionRows = true;
     bool m_ForceTask = false;

@@ -19,7 +19,7 @@ struct TaskBinding {
     IKSolverState* solver = nullptr;
     std::uint8_t* patternDirty = nullptr;
     float* const* jacobianRows = nullptr; ///< start of each Jacobian row
-    float* taskError = nullptr;           ///< one float per row
+    float* taskError = nullptr; ///< one float per row
 };
 
 class Task : public AlignedObject, public virtual IKTask {
@@ -41,7 +41,10 @@ public:
     float getAxisWeight(std::uint32_t axis) const override { return axis < 3 ? m_AxisWeight[axis] : 0.0f; }
     void setPrecision(float precision) override;
     void setAxisPrecision(std::uint32_t axis, float precision) override;
-    float getAxisPrecision(std::uint32_t axis) const override { return axis < 3 ? m_AxisPrecision[axis] : 1.0f; }
+    float getAxisPrecision(std::uint32_t axis) const override
+    {
+        return axis < 3 ? m_AxisPrecision[axis] : 1.0f;
+    }
     void setLevel(std::uint32_t) override { }
     void setAxisLevel(std::uint32_t, std::uint32_t) override { }
     std::uint32_t getAxisLevel(std::uint32_t) const override { return 0; }

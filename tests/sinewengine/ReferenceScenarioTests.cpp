@@ -23,10 +23,7 @@ json readJson(const fs::path& path)
 /// Collects the worst deviation of each group and the first place where it is beyond the tolerance.
 class Comparison {
 public:
-    explicit Comparison(const json& tolerance)
-        : m_Tolerance(tolerance)
-    {
-    }
+    explicit Comparison(const json& tolerance) : m_Tolerance(tolerance) { }
 
     void numbers(const std::string& where, const char* group, const json& expected, const json& actual,
                  bool relative = false)
@@ -77,7 +74,8 @@ std::string compare(const json& trace, const json& records)
             c.numbers(at + "query " + std::to_string(q), "query", e["queries"][q], a["queries"][q], true);
         c.numbers(at + "com", "len", e["com"], a["com"]);
         for (std::size_t b = 0; b < e["bones"].size(); ++b)
-            for (const auto& [field, group] : {std::pair {"q", "rot"}, {"gq", "rot"}, {"t", "len"}, {"gp", "len"}})
+            for (const auto& [field, group] :
+                 {std::pair{"q", "rot"}, {"gq", "rot"}, {"t", "len"}, {"gp", "len"}})
                 c.numbers(at + "bone " + std::to_string(b) + " " + field, group, e["bones"][b][field],
                           a["bones"][b][field]);
         for (const auto& [key, error] : e["tasks"].items())
@@ -94,7 +92,8 @@ std::vector<std::string> scenarioNames()
 {
     std::vector<std::string> names;
     std::error_code none;
-    for (const auto& entry : fs::directory_iterator(fs::path(support::dataFolder()) / "solver/scenarios", none))
+    for (const auto& entry :
+         fs::directory_iterator(fs::path(support::dataFolder()) / "solver/scenarios", none))
         names.push_back(entry.path().stem().string());
     std::sort(names.begin(), names.end());
     return names;

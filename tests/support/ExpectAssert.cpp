@@ -8,13 +8,13 @@
 namespace support {
 
 namespace {
-    int seen = 0;
-    std::string lastSeen;
-    void count(const char* text, const char* source, int line)
-    {
-        ++seen;
-        lastSeen = std::string(text) + " (" + source + ", " + std::to_string(line) + ")";
-    }
+int seen = 0;
+std::string lastSeen;
+void count(const char* text, const char* source, int line)
+{
+    ++seen;
+    lastSeen = std::string(text) + " (" + source + ", " + std::to_string(line) + ")";
+}
 } // namespace
 
 ExpectAssert::ExpectAssert(int count)

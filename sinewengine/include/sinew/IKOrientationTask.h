@@ -18,7 +18,8 @@ public:
     /// Axis in the bone's frame that is to point along the aim direction; normalised unless zero.
     virtual void setLocalAxis(float x, float y, float z) = 0;
     virtual const SinewVector& getLocalAxis() const = 0;
-    /// World direction; in aim mode the target becomes the nearest orientation in which the local axis points there.
+    /// World direction; in aim mode the target becomes the nearest orientation in which the local axis points
+    /// there.
     virtual void setAimDirection(float x, float y, float z) = 0;
     virtual const SinewVector& getAimDirection() const = 0;
     virtual void setAimMode(bool on) = 0;

@@ -9,29 +9,32 @@ namespace Sinew {
 
 class IKSolverState;
 
-/// One bone of a figure. Owned by its solver; the pointer stays valid until the solver is destroyed. References
-/// returned by getters stay valid until the bone's next change. An `axis` is 0 x, 1 y, 2 z unless told otherwise.
-/// Rotations are active quaternions (x, y, z, w); angles are radians unless told otherwise.
+/// One bone of a figure. Owned by its solver; the pointer stays valid until the solver is destroyed.
+/// References returned by getters stay valid until the bone's next change. An `axis` is 0 x, 1 y, 2 z unless
+/// told otherwise. Rotations are active quaternions (x, y, z, w); angles are radians unless told otherwise.
 /// A zero or non-finite quaternion and a zero axis are ignored: the old value stays.
 class IKSegment {
 public:
     virtual ~IKSegment() = default;
 
-    /// Makes the bone follow its target orientation with a gain of 1, or stops it; `restoreLimits` then enables
-    /// the limits again unless the solver lets limits act on retargeted bones.
+    /// Makes the bone follow its target orientation with a gain of 1, or stops it; `restoreLimits` then
+    /// enables the limits again unless the solver lets limits act on retargeted bones.
     virtual void setRetargeting(bool enable, bool restoreLimits) = 0;
     /// True while the bone follows its target orientation in either mode.
     virtual bool isRetargeting() const = 0;
     /// Soft retargeting with a gain of 0.1; false ends both modes. On for a new bone, towards its rest pose.
     virtual void setFullRetargeting(bool on) = 0;
     virtual bool getFullRetargeting() const = 0;
-    /// Switches the limit pulls. A bone without any limit in force is then held at rest; see `setHoldOrientation`.
+    /// Switches the limit pulls. A bone without any limit in force is then held at rest; see
+    /// `setHoldOrientation`.
     virtual void enableLimits(bool on) = 0;
     virtual bool limitsEnabled() const = 0;
-    /// With this on, a violated box pulls to the box's edge; without it, to the last target, at first the rest pose.
+    /// With this on, a violated box pulls to the box's edge; without it, to the last target, at first the
+    /// rest pose.
     virtual void enforceLimits(bool on) = 0;
     virtual bool limitsEnforced() const = 0;
-    /// Switches the pull of a translating bone back to its rest length. Does nothing on a bone without parent.
+    /// Switches the pull of a translating bone back to its rest length. Does nothing on a bone without
+    /// parent.
     virtual void enableStretchLimits(bool on) = 0;
     virtual bool stretchLimitsEnabled() const = 0;
     /// Lets the stretch limits stiffen the bone's translation columns.
@@ -40,8 +43,8 @@ public:
     /// Puts the children, and a translating bone itself, back to their rest translations; `disableDof` also
     /// switches the translational freedoms off.
     virtual void resetTranslation(bool disableDof) = 0;
-    /// Switches the three rotational or the three translational freedoms. A bone that has no child and doesn't
-    /// translate freely refuses translational ones.
+    /// Switches the three rotational or the three translational freedoms. A bone that has no child and
+    /// doesn't translate freely refuses translational ones.
     virtual void setActiveDof(bool x, bool y, bool z, bool rotational) = 0;
     virtual bool isTranslational() const = 0;
     /// Free translation moves the bone itself; without it translation stretches the bone, that is, moves its
@@ -58,20 +61,22 @@ public:
     /// Current origin in the parent's frame.
     virtual void setTranslation(float x, float y, float z) = 0;
     virtual void addTranslation(float x, float y, float z) = 0;
-    /// Weight of freedom `axis`, 0 to 5: rotation x, y, z, then translation x, y, z. 0 keeps tasks from moving it.
+    /// Weight of freedom `axis`, 0 to 5: rotation x, y, z, then translation x, y, z. 0 keeps tasks from
+    /// moving it.
     virtual void setWeight(std::uint32_t axis, float weight) = 0;
     /// Current local orientation, normalised in place.
     virtual const SinewQuaternion& getOrientation() = 0;
     /// Rotation from the rest orientation to the current one, in the bone's rest axes.
     virtual const SinewQuaternion& getOrientationFromRest() = 0;
     virtual const SinewVector& getTranslation() const = 0;
-    /// Links the bone below another bone of the same solver, at the head of its child list; null unlinks. A link
-    /// that would close a cycle is ignored.
+    /// Links the bone below another bone of the same solver, at the head of its child list; null unlinks. A
+    /// link that would close a cycle is ignored.
     virtual void setParent(IKSegment* parent) = 0;
     virtual IKSegment* getFirstChild() const = 0;
     virtual IKSegment* getNextSibling() const = 0;
     virtual IKSegment* getParent() const = 0;
-    /// Rest orientation relative to the parent, normalised; also becomes pose, retarget target and limit target.
+    /// Rest orientation relative to the parent, normalised; also becomes pose, retarget target and limit
+    /// target.
     virtual void setRestOrientation(float x, float y, float z, float w) = 0;
     /// Rest origin in the parent's frame; also becomes the current one.
     virtual void setRestTranslation(float x, float y, float z) = 0;
@@ -83,8 +88,8 @@ public:
     virtual IKSolverState* getSolver() const = 0;
     virtual void setUserData(void* data) = 0;
     virtual void* getUserData() const = 0;
-    /// Forward kinematics of this bone and all below it, from the frame of the parent; `useTarget` takes target
-    /// orientations in place of the current ones.
+    /// Forward kinematics of this bone and all below it, from the frame of the parent; `useTarget` takes
+    /// target orientations in place of the current ones.
     virtual void updateGlobal(const GlobalFrame& parent, bool useTarget) = 0;
     /// World origin as of the last forward pass.
     virtual const SinewVector& getGlobalPosition() const = 0;
@@ -97,7 +102,8 @@ public:
     virtual const SinewVector& getSubtreeCentreOffset() const = 0;
     /// World orientation as a matrix in column-vector form.
     virtual const SinewMatrix& getGlobalMatrix() = 0;
-    /// Box limit of axis 0 to 2 as direction cosines of the projection axis, or roll limit (3) in degrees from rest.
+    /// Box limit of axis 0 to 2 as direction cosines of the projection axis, or roll limit (3) in degrees
+    /// from rest.
     virtual void setLimit(std::uint32_t axis, float min, float max) = 0;
     /// Eight floats: min, max on x, y, z, then roll min, max in radians with the rest twist included.
     virtual const float* getLimits() const = 0;

@@ -12,8 +12,8 @@
 
 namespace Sinew {
 
-/// Handle of one solver; it owns all its bones and tasks. Not copyable. Use one solver from one thread at a time;
-/// separate solvers are independent. Lengths are in the caller's unit, the space is right-handed.
+/// Handle of one solver; it owns all its bones and tasks. Not copyable. Use one solver from one thread at a
+/// time; separate solvers are independent. Lengths are in the caller's unit, the space is right-handed.
 ///
 /// Order of use: `setBones` once; add and configure tasks at any time; per solve set targets and gains, call
 /// `solve`, then `updateFigure`, then read the bones.
@@ -24,7 +24,8 @@ public:
     IKSolver(const IKSolver&) = delete;
     IKSolver& operator=(const IKSolver&) = delete;
 
-    /// `solve` stops when the largest joint step (radians or length units) falls below this. 0 never stops it.
+    /// `solve` stops when the largest joint step (radians or length units) falls below this. 0 never stops
+    /// it.
     void setTolerance(float tolerance);
     float tolerance() const;
     void setUserContext(void* context);
@@ -46,8 +47,8 @@ public:
     void updateFigure();
     /// Gives entry i, three floats, to task i in order of adding. A null entry leaves its task alone.
     void setTaskTargets(const float* const* targets);
-    /// poses[0] is a table by bone index of four floats w, x, y, z each: the target orientations of the bones that
-    /// retarget. With a count of 2 to 5 the tables are kept and not used.
+    /// poses[0] is a table by bone index of four floats w, x, y, z each: the target orientations of the bones
+    /// that retarget. With a count of 2 to 5 the tables are kept and not used.
     void setRetargetPose(const float* const* const* poses, std::uint32_t count);
     /// Multiplies the figure's lengths and the tasks' targets.
     void rescaleFigure(float factor);
@@ -55,7 +56,8 @@ public:
     /// Lets limit pulls act on bones that retarget as well.
     void setLimitsWithRetargeting(bool on);
     float pCoefficient() const;
-    /// Gain on all row weights, 1 by default: higher pulls harder and, beyond a point, diverges. Restarts the duals.
+    /// Gain on all row weights, 1 by default: higher pulls harder and, beyond a point, diverges. Restarts the
+    /// duals.
     void setPCoefficient(float coefficient);
     float momentsPrecision() const;
     /// Clamped to 0.001 to 2.
@@ -77,7 +79,8 @@ public:
     /// Stored and reported only.
     void setRescaleTasks(bool on);
     float precision() const;
-    /// Damping of the task rows as a negative number: pass the negated user value, -2 by default. Restarts the duals.
+    /// Damping of the task rows as a negative number: pass the negated user value, -2 by default. Restarts
+    /// the duals.
     void setPrecision(float precision);
     bool useDefaultZmp() const;
     void setUseDefaultZmp(bool on);
@@ -107,14 +110,15 @@ public:
     void reset();
     /// Lays out rows and columns anew; `solve` calls it when needed. False when there is nothing to solve.
     bool prepare();
-    /// Writes the whole set-up as text to a file, for a person to read. A path that can't be opened is ignored.
+    /// Writes the whole set-up as text to a file, for a person to read. A path that can't be opened is
+    /// ignored.
     void dumpConfiguration(const char* path);
-    /// Searches the largest P coefficient that doesn't diverge. `status` becomes 0 (result false: the given one
-    /// works), 1 (result true: a smaller one was found and set) or 2 (result false: none was found).
+    /// Searches the largest P coefficient that doesn't diverge. `status` becomes 0 (result false: the given
+    /// one works), 1 (result true: a smaller one was found and set) or 2 (result false: none was found).
     bool solveAdaptive(std::uint32_t steps, int& status);
     bool solveAdaptive(std::uint32_t steps, int* status);
-    /// Iterates up to `steps` times from the current pose. False when the iteration diverged; the pose is then
-    /// whatever the last iteration gave.
+    /// Iterates up to `steps` times from the current pose. False when the iteration diverged; the pose is
+    /// then whatever the last iteration gave.
     bool solve(std::uint32_t steps);
     std::uint32_t taskCount() const;
     void removeBalanceTask();
@@ -123,7 +127,8 @@ public:
     /// The balance task, or null.
     IKBalanceTask* balanceTask() const;
     /// Makes the balance task, or reconfigures the one there is. `axis` is the up axis; `depth` is only kept.
-    IKBalanceTask* addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass, std::uint32_t depth = 0);
+    IKBalanceTask* addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass,
+                                  std::uint32_t depth = 0);
     /// Makes `task` follow `other`, or with `on` false no task. Only an orientation task works as a follower.
     void linkTasks(IKTask* task, bool on, IKTask* other);
     /// A task that starts at the bone's current orientation; null, with a message, for an unknown bone.

@@ -6,8 +6,8 @@
 
 namespace Sinew {
 
-/// One goal of a solve. Owned by its solver; the pointer stays valid until the task is removed or the solver is
-/// destroyed. An `axis` is 0 x, 1 y, 2 z of the world.
+/// One goal of a solve. Owned by its solver; the pointer stays valid until the task is removed or the solver
+/// is destroyed. An `axis` is 0 x, 1 y, 2 z of the world.
 class IKTask {
 public:
     virtual ~IKTask() = default;
@@ -50,8 +50,8 @@ public:
     virtual bool isForceTask() const = 0;
     virtual bool isReactionTask() const = 0;
     virtual bool isBalanceTask() const = 0;
-    /// Reads the target from the retarget pose at the head of each solve; the bone and those above it, `chainCount`
-    /// in all, start (or stop) to follow their target orientations.
+    /// Reads the target from the retarget pose at the head of each solve; the bone and those above it,
+    /// `chainCount` in all, start (or stop) to follow their target orientations.
     virtual void setTracksRetarget(bool on, int chainCount) = 0;
     virtual bool tracksRetarget() const = 0;
     virtual IKSegment* getSegment() const = 0;

@@ -9,9 +9,9 @@
 #include <xmmintrin.h>
 #endif
 
-// Every function here is always inlined. A client may compile these headers with other flags than the engine's;
-// with ordinary inline functions the linker could then pick the client's copy for the engine's own calls, and a
-// fused multiply-add in it would change the engine's bits.
+// Every function here is always inlined. A client may compile these headers with other flags than the
+// engine's; with ordinary inline functions the linker could then pick the client's copy for the engine's own
+// calls, and a fused multiply-add in it would change the engine's bits.
 #define SINEW_KIT [[gnu::always_inline]] inline
 
 namespace Sinew {
@@ -21,9 +21,12 @@ namespace Sinew {
 using Lanes = float __attribute__((vector_size(16)));
 using Mask = std::int32_t __attribute__((vector_size(16)));
 
-SINEW_KIT Lanes splat(float s) { return Lanes {s, s, s, s}; }
-SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes {x, y, z, w}; }
-SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int32_t w) { return Mask {x, y, z, w}; }
+SINEW_KIT Lanes splat(float s) { return Lanes{s, s, s, s}; }
+SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes{x, y, z, w}; }
+SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int32_t w)
+{
+    return Mask{x, y, z, w};
+}
 SINEW_KIT Lanes keepBits(Lanes v, Mask m) { return (Lanes)((Mask)v & m); }
 SINEW_KIT Lanes flipBits(Lanes v, Mask m) { return (Lanes)((Mask)v ^ m); }
 /// The lanes of `a` where the mask is all ones, of `b` where it is all zeros.
@@ -52,11 +55,22 @@ SINEW_KIT Lanes laneMin(Lanes a, Lanes b) { return select((Mask)(a < b), a, b); 
 SINEW_KIT Lanes laneMax(Lanes a, Lanes b) { return select((Mask)(a > b), a, b); }
 SINEW_KIT Lanes laneSqrt(Lanes v)
 {
-    return Lanes {__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
+    return Lanes{__builtin_sqrtf(v[0]), __builtin_sqrtf(v[1]), __builtin_sqrtf(v[2]), __builtin_sqrtf(v[3])};
 }
 #endif
 
 SINEW_KIT Mask laneLess(Lanes a, Lanes b) { return (Mask)(a < b); }
+SINEW_KIT Mask laneAtMost(Lanes a, Lanes b) { return (Mask)(a <= b); }
+/// Whether both masks are set in every lane.
+SINEW_KIT bool allLanes(Mask a, Mask b)
+{
+    const Mask m = a & b;
+#if defined(__SSE2__)
+    return _mm_movemask_ps((Lanes)m) == 15;
+#else
+    return m[0] && m[1] && m[2] && m[3];
+#endif
+}
 
 #else
 
@@ -70,9 +84,12 @@ struct alignas(16) Lanes {
     SINEW_KIT float& operator[](int k) { return f[k]; }
 };
 
-SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes {{x, y, z, w}}; }
+SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes{{x, y, z, w}}; }
 SINEW_KIT Lanes splat(float s) { return makeLanes(s, s, s, s); }
-SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int32_t w) { return Mask {{x, y, z, w}}; }
+SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int32_t w)
+{
+    return Mask{{x, y, z, w}};
+}
 
 template <class Operation>
 SINEW_KIT Lanes perLane(Lanes a, Lanes b, Operation operation)
@@ -91,16 +108,34 @@ SINEW_KIT Lanes perLaneBits(Lanes a, Operation operation)
     std::memcpy(r.f, bits, sizeof bits);
     return r;
 }
-SINEW_KIT Lanes operator+(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x + y; }); }
-SINEW_KIT Lanes operator-(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x - y; }); }
-SINEW_KIT Lanes operator*(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x * y; }); }
-SINEW_KIT Lanes operator/(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x / y; }); }
+SINEW_KIT Lanes operator+(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x + y; });
+}
+SINEW_KIT Lanes operator-(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x - y; });
+}
+SINEW_KIT Lanes operator*(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x * y; });
+}
+SINEW_KIT Lanes operator/(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x / y; });
+}
 SINEW_KIT Lanes& operator+=(Lanes& a, Lanes b) { return a = a + b; }
 SINEW_KIT Lanes& operator-=(Lanes& a, Lanes b) { return a = a - b; }
 SINEW_KIT Lanes& operator*=(Lanes& a, Lanes b) { return a = a * b; }
 SINEW_KIT Lanes operator-(Lanes a) { return makeLanes(-a.f[0], -a.f[1], -a.f[2], -a.f[3]); }
-SINEW_KIT Lanes keepBits(Lanes v, Mask m) { return perLaneBits(v, [&](std::int32_t b, int k) { return b & m.i[k]; }); }
-SINEW_KIT Lanes flipBits(Lanes v, Mask m) { return perLaneBits(v, [&](std::int32_t b, int k) { return b ^ m.i[k]; }); }
+SINEW_KIT Lanes keepBits(Lanes v, Mask m)
+{
+    return perLaneBits(v, [&](std::int32_t b, int k) { return b & m.i[k]; });
+}
+SINEW_KIT Lanes flipBits(Lanes v, Mask m)
+{
+    return perLaneBits(v, [&](std::int32_t b, int k) { return b ^ m.i[k]; });
+}
 SINEW_KIT Lanes select(Mask m, Lanes a, Lanes b)
 {
     return makeLanes(m.i[0] ? a.f[0] : b.f[0], m.i[1] ? a.f[1] : b.f[1], m.i[2] ? a.f[2] : b.f[2],
@@ -116,12 +151,27 @@ SINEW_KIT Lanes shuffle(Lanes a, Lanes b)
 {
     return makeLanes(a.f[X], a.f[Y], b.f[Z], b.f[W]);
 }
-SINEW_KIT Lanes laneMin(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x < y ? x : y; }); }
-SINEW_KIT Lanes laneMax(Lanes a, Lanes b) { return perLane(a, b, [](float x, float y) { return x > y ? x : y; }); }
+SINEW_KIT Lanes laneMin(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x < y ? x : y; });
+}
+SINEW_KIT Lanes laneMax(Lanes a, Lanes b)
+{
+    return perLane(a, b, [](float x, float y) { return x > y ? x : y; });
+}
 SINEW_KIT Lanes laneSqrt(Lanes v)
 {
     return makeLanes(__builtin_sqrtf(v.f[0]), __builtin_sqrtf(v.f[1]), __builtin_sqrtf(v.f[2]),
                      __builtin_sqrtf(v.f[3]));
+}
+SINEW_KIT Mask laneAtMost(Lanes a, Lanes b)
+{
+    return makeMask(a.f[0] <= b.f[0] ? -1 : 0, a.f[1] <= b.f[1] ? -1 : 0, a.f[2] <= b.f[2] ? -1 : 0,
+                    a.f[3] <= b.f[3] ? -1 : 0);
+}
+SINEW_KIT bool allLanes(Mask a, Mask b)
+{
+    return (a.i[0] & b.i[0]) && (a.i[1] & b.i[1]) && (a.i[2] & b.i[2]) && (a.i[3] & b.i[3]);
 }
 SINEW_KIT Mask laneLess(Lanes a, Lanes b)
 {
@@ -157,7 +207,10 @@ SINEW_KIT void storeThree(float* p, Lanes v)
 }
 
 SINEW_KIT Lanes clearW(Lanes v) { return keepBits(v, makeMask(-1, -1, -1, 0)); }
-SINEW_KIT Lanes laneAbs(Lanes v) { return keepBits(v, makeMask(0x7fffffff, 0x7fffffff, 0x7fffffff, 0x7fffffff)); }
+SINEW_KIT Lanes laneAbs(Lanes v)
+{
+    return keepBits(v, makeMask(0x7fffffff, 0x7fffffff, 0x7fffffff, 0x7fffffff));
+}
 
 /// (v0 + v1) + (v2 + v3): this order of sums is part of the contract.
 SINEW_KIT float sumLanes(Lanes v)

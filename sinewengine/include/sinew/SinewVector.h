@@ -13,18 +13,9 @@ struct alignas(16) SinewVector {
     Lanes lanes = {};
 
     SINEW_KIT SinewVector() { }
-    SINEW_KIT explicit SinewVector(Lanes v)
-        : lanes(v)
-    {
-    }
-    SINEW_KIT SinewVector(float x, float y, float z)
-        : lanes(makeLanes(x, y, z, 0.0f))
-    {
-    }
-    SINEW_KIT SinewVector(float x, float y, float z, float w)
-        : lanes(makeLanes(x, y, z, w))
-    {
-    }
+    SINEW_KIT explicit SinewVector(Lanes v) : lanes(v) { }
+    SINEW_KIT SinewVector(float x, float y, float z) : lanes(makeLanes(x, y, z, 0.0f)) { }
+    SINEW_KIT SinewVector(float x, float y, float z, float w) : lanes(makeLanes(x, y, z, w)) { }
 
     SINEW_KIT float x() const { return lanes[0]; }
     SINEW_KIT float y() const { return lanes[1]; }
@@ -54,8 +45,14 @@ struct alignas(16) SinewVector {
     }
 };
 
-SINEW_KIT SinewVector operator+(SinewVector a, SinewVector b) { return SinewVector(clearW(a.lanes + b.lanes)); }
-SINEW_KIT SinewVector operator-(SinewVector a, SinewVector b) { return SinewVector(clearW(a.lanes - b.lanes)); }
+SINEW_KIT SinewVector operator+(SinewVector a, SinewVector b)
+{
+    return SinewVector(clearW(a.lanes + b.lanes));
+}
+SINEW_KIT SinewVector operator-(SinewVector a, SinewVector b)
+{
+    return SinewVector(clearW(a.lanes - b.lanes));
+}
 SINEW_KIT SinewVector operator*(SinewVector a, float s) { return SinewVector(clearW(a.lanes * splat(s))); }
 
 /// (a.x b.x + a.y b.y) + (a.z b.z + a.w b.w): all four lanes count, in this order.
@@ -75,7 +72,9 @@ SINEW_KIT void normalise(SinewVector& a) { a.lanes *= splat(1.0f / length(a)); }
 /// Unit vector of axis `i`: 0 x, 1 y, any other value z.
 SINEW_KIT SinewVector unitAxis(std::uint32_t i)
 {
-    return i == 0 ? SinewVector(1.0f, 0.0f, 0.0f) : i == 1 ? SinewVector(0.0f, 1.0f, 0.0f) : SinewVector(0.0f, 0.0f, 1.0f);
+    return i == 0 ? SinewVector(1.0f, 0.0f, 0.0f)
+        : i == 1  ? SinewVector(0.0f, 1.0f, 0.0f)
+                  : SinewVector(0.0f, 0.0f, 1.0f);
 }
 
 /// `low` unless x >= low (so that NaN gives `low`), else x below `high`, else `high`.
@@ -92,14 +91,8 @@ struct alignas(16) SinewQuaternion {
     Lanes lanes = makeLanes(0.0f, 0.0f, 0.0f, 1.0f);
 
     SINEW_KIT SinewQuaternion() { }
-    SINEW_KIT explicit SinewQuaternion(Lanes v)
-        : lanes(v)
-    {
-    }
-    SINEW_KIT SinewQuaternion(float x, float y, float z, float w)
-        : lanes(makeLanes(x, y, z, w))
-    {
-    }
+    SINEW_KIT explicit SinewQuaternion(Lanes v) : lanes(v) { }
+    SINEW_KIT SinewQuaternion(float x, float y, float z, float w) : lanes(makeLanes(x, y, z, w)) { }
 
     SINEW_KIT float x() const { return lanes[0]; }
     SINEW_KIT float y() const { return lanes[1]; }
@@ -139,13 +132,15 @@ SINEW_KIT SinewQuaternion operator*(SinewQuaternion a, SinewQuaternion b)
     return SinewQuaternion((w + flipBits(first + second, makeMask(0, 0, 0, sign))) - third);
 }
 
-/// v + 2w (q.xyz x v) + 2 q.xyz x (q.xyz x v); `q` isn't normalised first. Axis-aligned input keeps exact zeros.
+/// v + 2w (q.xyz x v) + 2 q.xyz x (q.xyz x v); `q` isn't normalised first. Axis-aligned input keeps exact
+/// zeros.
 SINEW_KIT SinewVector rotate(SinewQuaternion q, SinewVector v)
 {
-    const SinewVector axis(q.lanes);
-    const SinewVector once = cross(axis, v), twice = cross(axis, once);
-    const Lanes w = swizzle<3, 3, 3, 3>(q.lanes);
-    return SinewVector(clearW((v.lanes + (w + w) * once.lanes) + (twice.lanes + twice.lanes)));
+    // Two cross products; what they leave in lane w is cleared once, at the end.
+    const Lanes turned = swizzle<1, 2, 0, 3>(q.lanes), w = swizzle<3, 3, 3, 3>(q.lanes);
+    const Lanes once = swizzle<1, 2, 0, 3>(q.lanes * swizzle<1, 2, 0, 3>(v.lanes) - turned * v.lanes);
+    const Lanes twice = swizzle<1, 2, 0, 3>(q.lanes * swizzle<1, 2, 0, 3>(once) - turned * once);
+    return SinewVector(clearW((v.lanes + (w + w) * once) + (twice + twice)));
 }
 
 /// Rotation by `angle` radians about `v`, which need not be a unit vector; a zero vector gives the identity.
