@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 constexpr std::size_t kEngineAlignment = 128; ///< alignment of engine objects and arrays, in bytes
 

@@ -2,7 +2,7 @@
 // Programming errors: one replaceable handler for the whole engine.
 #pragma once
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// Receives a failed assertion: its text, the name of the source and the line. May return; the engine then
 /// goes on in a safe way. May abort. Must not throw.

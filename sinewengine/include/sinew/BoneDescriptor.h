@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 #pragma pack(push, 1)
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// Degrees about x, then y, then z. A pair whose magnitudes sum to 359 or more means a free axis: (0, 359).
 struct EulerLimits {

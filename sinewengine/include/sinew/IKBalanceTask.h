@@ -4,7 +4,7 @@
 
 #include <sinew/IKTask.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 class IKBalanceTask : public virtual IKTask {
 public:

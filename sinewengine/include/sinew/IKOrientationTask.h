@@ -4,7 +4,7 @@
 
 #include <sinew/IKTask.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 class IKOrientationTask : public virtual IKTask {
 public:

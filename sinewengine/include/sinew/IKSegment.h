@@ -5,7 +5,7 @@
 #include <sinew/EulerLimits.h>
 #include <sinew/SinewMatrix.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 class IKSolverState;
 

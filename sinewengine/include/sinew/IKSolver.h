@@ -10,7 +10,7 @@
 #include <sinew/IKPositionTask.h>
 #include <sinew/IKSegment.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// Handle of one solver; it owns all its bones and tasks. Not copyable. Use one solver from one thread at a
 /// time; separate solvers are independent. Lengths are in the caller's unit, the space is right-handed.

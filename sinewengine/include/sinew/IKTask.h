@@ -4,7 +4,7 @@
 
 #include <sinew/IKSegment.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// One goal of a solve. Owned by its solver; the pointer stays valid until the task is removed or the solver
 /// is destroyed. An `axis` is 0 x, 1 y, 2 z of the world.

@@ -14,7 +14,7 @@
 // calls, and a fused multiply-add in it would change the engine's bits.
 #define SINEW_KIT [[gnu::always_inline]] inline
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 #if !defined(SINEW_SCALAR)
 

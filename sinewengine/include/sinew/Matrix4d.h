@@ -4,7 +4,7 @@
 
 #include <sinew/SinewMatrix.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// 16 doubles, row-major; v' = v M, so a translation stands in the last row (elements 12, 13, 14).
 struct Matrix4d {

@@ -4,7 +4,7 @@
 
 #include <sinew/SinewVector.h>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// Four rows of four floats, row-major, holding a rotation. The fourth row and lane are 0, the corner
 /// included: a translation is always a separate vector.

@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-namespace Sinew {
+namespace [[gnu::visibility("default")]] Sinew {
 
 /// A point or direction in lanes x, y, z; lane w is kept at 0 by the operations that say so.
 struct alignas(16) SinewVector {

@@ -1,0 +1,20 @@
+# Installs the engine into an empty folder and builds an outside program against what is there.
+file(REMOVE_RECURSE ${WORK_DIR})
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(result)
+        message(FATAL_ERROR "${ARGN}\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -G ${GENERATOR} -D CMAKE_CXX_COMPILER=${COMPILER}
+    -D CMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+foreach(program client_static client_shared)
+    run(${WORK_DIR}/build/${program})
+    if(NOT output MATCHES "reached")
+        message(FATAL_ERROR "${program} printed: ${output}")
+    endif()
+endforeach()
