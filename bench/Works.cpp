@@ -390,12 +390,12 @@ const std::vector<Work>& timedWorks()
 const std::vector<Work>& hashedWorks()
 {
     static const std::vector<Work> works = {
-        {"W1", [] { return named(makeLimb(), "W1", 60); }},
-        {"W2", [] { return named(makeBipedWarm(), "W2", 40); }},
-        {"W2-rest", [] { return named(makeBipedFromRest(), "W2-rest", 10); }},
-        {"W3", [] { return named(makeFingers(), "W3", 10); }},
-        {"W4-64", [] { return named(makeTree(64), "W4-64", 10); }},
-        {"W4-256", [] { return named(makeTree(256), "W4-256", 5); }},
+        {"W1-short", [] { return named(makeLimb(), "W1-short", 60); }},
+        {"W2-short", [] { return named(makeBipedWarm(), "W2-short", 40); }},
+        {"W2-rest-short", [] { return named(makeBipedFromRest(), "W2-rest-short", 10); }},
+        {"W3-short", [] { return named(makeFingers(), "W3-short", 10); }},
+        {"W4-64-short", [] { return named(makeTree(64), "W4-64-short", 10); }},
+        {"W4-256-short", [] { return named(makeTree(256), "W4-256-short", 5); }},
         {"limits", makeLimited},
         {"stretch", makeStretching},
         {"balance", makeBalanced},
@@ -437,7 +437,7 @@ std::vector<std::uint32_t> iterationsTo(Scene scene, const std::vector<float>& l
     std::vector<std::uint32_t> reached(levels.size(), limit);
     scene.solver->setTolerance(0.0f);
     scene.moveGoals(0);
-    for (std::uint32_t i = 1; i <= limit; ++i) {
+    for (std::uint32_t i = 1; i <= limit && reached.back() == limit; ++i) {
         scene.solver->solve(1);
         scene.solver->updateFigure();
         const float residual = scene.residual();

@@ -58,8 +58,8 @@ const std::vector<Work>& hashedWorks();
 /// Solves every frame of a scene.
 Run run(Scene scene);
 
-/// Iterations until the largest residual falls below each of `levels` (in heights), with all goals moved at
-/// once from rest by `swing`; `limit` where it doesn't within as many.
+/// Iterations until the largest residual falls below each of `levels` (in heights, largest first), starting
+/// at rest with all goals moved to their first frame; `limit` where as many don't do.
 std::vector<std::uint32_t> iterationsTo(Scene scene, const std::vector<float>& levels, std::uint32_t limit);
 /// The largest P coefficient of those tried, in steps of a tenth, at which a 1,000-step solve doesn't
 /// diverge.

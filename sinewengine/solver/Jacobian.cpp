@@ -18,17 +18,17 @@ T* allocateArray(std::size_t count)
 
 /// A block of the matrix, with the cells that were not in the pattern as zero.
 template <bool Exact>
-SINEW_KIT Lanes cells(const float* row, std::uint32_t column, const Mask* mask)
+SINEW_KIT Lanes cells(const float* row, std::uint32_t column, unsigned pattern)
 {
     const Lanes v = loadLanes(row + column);
     if constexpr (Exact)
         return v;
     else
-        return keepBits(v, *mask);
+        return keepBits(v, maskFromBits(pattern));
 }
 
 template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTimes(const float* const* rows, const std::uint32_t* blocks, const Mask* masks,
+SINEW_KIT void groupTimes(const float* const* rows, const std::uint32_t* blocks, const std::uint8_t* patterns,
                           std::uint32_t count, const float* a, float* outA)
 {
     Lanes sum[N];
@@ -37,15 +37,16 @@ SINEW_KIT void groupTimes(const float* const* rows, const std::uint32_t* blocks,
     for (std::uint32_t i = 0; i < count; ++i) {
         const Lanes x = loadLanes(a + blocks[i]);
         for (std::uint32_t k = 0; k < N; ++k)
-            sum[k] += cells<Exact>(rows[k], blocks[i], masks + k * count + i) * x;
+            sum[k] += cells<Exact>(rows[k], blocks[i], patterns[k * count + i]) * x;
     }
     for (std::uint32_t k = 0; k < N; ++k)
         outA[k] = sumLanes(sum[k]);
 }
 
 template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTimesTwo(const float* const* rows, const std::uint32_t* blocks, const Mask* masks,
-                             std::uint32_t count, const float* a, const float* b, float* outA, float* outB)
+SINEW_KIT void groupTimesTwo(const float* const* rows, const std::uint32_t* blocks,
+                             const std::uint8_t* patterns, std::uint32_t count, const float* a,
+                             const float* b, float* outA, float* outB)
 {
     Lanes sumA[N], sumB[N];
     for (std::uint32_t k = 0; k < N; ++k)
@@ -53,7 +54,7 @@ SINEW_KIT void groupTimesTwo(const float* const* rows, const std::uint32_t* bloc
     for (std::uint32_t i = 0; i < count; ++i) {
         const Lanes x = loadLanes(a + blocks[i]), y = loadLanes(b + blocks[i]);
         for (std::uint32_t k = 0; k < N; ++k) {
-            const Lanes j = cells<Exact>(rows[k], blocks[i], masks + k * count + i);
+            const Lanes j = cells<Exact>(rows[k], blocks[i], patterns[k * count + i]);
             sumA[k] += j * x;
             sumB[k] += j * y;
         }
@@ -65,8 +66,8 @@ SINEW_KIT void groupTimesTwo(const float* const* rows, const std::uint32_t* bloc
 }
 
 template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTransposed(const float* const* rows, const std::uint32_t* blocks, const Mask* masks,
-                               std::uint32_t count, const float* a, float* outA)
+SINEW_KIT void groupTransposed(const float* const* rows, const std::uint32_t* blocks,
+                               const std::uint8_t* patterns, std::uint32_t count, const float* a, float* outA)
 {
     Lanes x[N];
     for (std::uint32_t k = 0; k < N; ++k)
@@ -74,15 +75,15 @@ SINEW_KIT void groupTransposed(const float* const* rows, const std::uint32_t* bl
     for (std::uint32_t i = 0; i < count; ++i) {
         Lanes sum = loadLanes(outA + blocks[i]);
         for (std::uint32_t k = 0; k < N; ++k)
-            sum += cells<Exact>(rows[k], blocks[i], masks + k * count + i) * x[k];
+            sum += cells<Exact>(rows[k], blocks[i], patterns[k * count + i]) * x[k];
         storeLanes(outA + blocks[i], sum);
     }
 }
 
 template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTransposedTwo(const float* const* rows, const std::uint32_t* blocks, const Mask* masks,
-                                  std::uint32_t count, const float* a, const float* b, float* outA,
-                                  float* outB)
+SINEW_KIT void groupTransposedTwo(const float* const* rows, const std::uint32_t* blocks,
+                                  const std::uint8_t* patterns, std::uint32_t count, const float* a,
+                                  const float* b, float* outA, float* outB)
 {
     Lanes x[N], y[N];
     for (std::uint32_t k = 0; k < N; ++k) {
@@ -92,7 +93,7 @@ SINEW_KIT void groupTransposedTwo(const float* const* rows, const std::uint32_t*
     for (std::uint32_t i = 0; i < count; ++i) {
         Lanes sumA = loadLanes(outA + blocks[i]), sumB = loadLanes(outB + blocks[i]);
         for (std::uint32_t k = 0; k < N; ++k) {
-            const Lanes j = cells<Exact>(rows[k], blocks[i], masks + k * count + i);
+            const Lanes j = cells<Exact>(rows[k], blocks[i], patterns[k * count + i]);
             sumA += j * x[k];
             sumB += j * y[k];
         }
@@ -114,6 +115,10 @@ void Jacobian::allocate(std::uint32_t rowCapacity, std::uint32_t columnCapacity)
     m_JacobianRows = allocateArray<float*>(m_RowStride);
     for (std::uint32_t r = 0; r < m_RowStride; ++r)
         m_JacobianRows[r] = m_Jacobian + std::size_t{r} * m_ColumnStride;
+    // As long as it can get, so that a pattern that grows within its dimensions allocates nothing.
+    const std::size_t blocks = std::size_t{m_RowStride} * (m_ColumnStride / 4);
+    m_RowBlocks = allocateArray<std::uint32_t>(blocks);
+    m_BlockCells = allocateArray<std::uint8_t>(blocks);
     m_Groups = allocateArray<RowGroup>(m_RowStride);
 }
 
@@ -122,14 +127,14 @@ void Jacobian::release()
     alignedFree(m_Jacobian);
     alignedFree(m_JacobianRows);
     alignedFree(m_RowBlocks);
-    alignedFree(m_BlockMasks);
+    alignedFree(m_BlockCells);
     alignedFree(m_Groups);
     m_Jacobian = nullptr;
     m_JacobianRows = nullptr;
     m_RowBlocks = nullptr;
-    m_BlockMasks = nullptr;
+    m_BlockCells = nullptr;
     m_Groups = nullptr;
-    m_GroupCount = m_BlockCount = m_ListCapacity = 0;
+    m_GroupCount = m_BlockCount = 0;
 }
 
 void Jacobian::clearForPattern()
@@ -137,56 +142,35 @@ void Jacobian::clearForPattern()
     std::memset(m_Jacobian, 0, std::size_t{m_RowCapacity} * m_ColumnCapacity * sizeof(float));
 }
 
-void Jacobian::listBlocks(std::uint32_t rowCount, std::uint32_t columnCount, bool exact)
+/// A bit for each cell of a block that is below or above 0; padding columns are 0.
+static unsigned nonZeroCells(const float* block)
+{
+    return laneBits(laneLess(zeroLanes(), laneAbs(loadLanes(block))));
+}
+
+void Jacobian::listBlocks(std::uint32_t rowCount, bool exact)
 {
     m_Exact = exact;
     m_GroupCount = 0;
-    const auto isListed = [&](std::uint32_t r, std::uint32_t block) {
-        for (std::uint32_t c = block; c < block + 4 && c < columnCount; ++c)
-            if (m_JacobianRows[r][c] < 0.0f || m_JacobianRows[r][c] > 0.0f)
-                return true;
-        return false;
-    };
+    m_BlockCount = 0;
     const auto equalLists = [&](std::uint32_t r, std::uint32_t s) {
-        for (std::uint32_t block = 0; block < columnCount; block += 4)
-            if (isListed(r, block) != isListed(s, block))
+        for (std::uint32_t block = 0; block < m_ColumnStride; block += 4)
+            if ((nonZeroCells(m_JacobianRows[r] + block) == 0)
+                != (nonZeroCells(m_JacobianRows[s] + block) == 0))
                 return false;
         return true;
     };
-
-    // Every row has an entry of its own in the masks, grouped or not, so the list is as long as the blocks.
-    m_BlockCount = 0;
-    for (std::uint32_t r = 0; r < rowCount; ++r)
-        for (std::uint32_t block = 0; block < columnCount; block += 4)
-            m_BlockCount += isListed(r, block);
-    if (m_BlockCount > m_ListCapacity) {
-        alignedFree(m_RowBlocks);
-        alignedFree(m_BlockMasks);
-        m_RowBlocks = allocateArray<std::uint32_t>(m_BlockCount);
-        m_BlockMasks = allocateArray<Mask>(m_BlockCount);
-        m_ListCapacity = m_BlockCount;
-    }
-
-    std::uint32_t next = 0;
     for (std::uint32_t r = 0; r < rowCount;) {
-        RowGroup group{r, 1, next, 0};
+        RowGroup group{r, 1, m_BlockCount, 0};
         while (group.rowCount < 3 && r + group.rowCount < rowCount && equalLists(r, r + group.rowCount))
             ++group.rowCount;
-        for (std::uint32_t block = 0; block < columnCount; block += 4)
-            if (isListed(r, block))
-                m_RowBlocks[group.firstBlock + group.blockCount++] = block;
+        for (std::uint32_t block = 0; block < m_ColumnStride; block += 4)
+            if (nonZeroCells(m_JacobianRows[r] + block))
+                m_RowBlocks[m_BlockCount + group.blockCount++] = block;
         for (std::uint32_t k = 0; k < group.rowCount; ++k)
-            for (std::uint32_t i = 0; i < group.blockCount; ++i) {
-                const std::uint32_t block = m_RowBlocks[group.firstBlock + i];
-                std::int32_t bits[4];
-                for (std::uint32_t c = 0; c < 4; ++c) {
-                    const float value = block + c < columnCount ? m_JacobianRows[r + k][block + c] : 0.0f;
-                    bits[c] = value < 0.0f || value > 0.0f ? -1 : 0;
-                }
-                m_BlockMasks[group.firstBlock + k * group.blockCount + i] =
-                    makeMask(bits[0], bits[1], bits[2], bits[3]);
-            }
-        next += group.rowCount * group.blockCount;
+            for (std::uint32_t i = 0; i < group.blockCount; ++i)
+                m_BlockCells[m_BlockCount++] = static_cast<std::uint8_t>(
+                    nonZeroCells(m_JacobianRows[r + k] + m_RowBlocks[group.firstBlock + i]));
         r += group.rowCount;
         m_Groups[m_GroupCount++] = group;
     }
@@ -216,7 +200,7 @@ void Jacobian::multiply(const float* x, float* out) const
 {
     forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
         groupTimes<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                             m_BlockMasks + g.firstBlock, g.blockCount, x, out + g.firstRow);
+                             m_BlockCells + g.firstBlock, g.blockCount, x, out + g.firstRow);
     });
 }
 
@@ -224,7 +208,7 @@ void Jacobian::multiplyTwo(const float* a, const float* b, float* outA, float* o
 {
     forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
         groupTimesTwo<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                m_BlockMasks + g.firstBlock, g.blockCount, a, b, outA + g.firstRow,
+                                m_BlockCells + g.firstBlock, g.blockCount, a, b, outA + g.firstRow,
                                 outB + g.firstRow);
     });
 }
@@ -233,7 +217,7 @@ void Jacobian::addTransposed(const float* x, float* out) const
 {
     forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
         groupTransposed<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                  m_BlockMasks + g.firstBlock, g.blockCount, x + g.firstRow, out);
+                                  m_BlockCells + g.firstBlock, g.blockCount, x + g.firstRow, out);
     });
 }
 
@@ -241,7 +225,7 @@ void Jacobian::addTransposedTwo(const float* a, const float* b, float* outA, flo
 {
     forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
         groupTransposedTwo<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                     m_BlockMasks + g.firstBlock, g.blockCount, a + g.firstRow,
+                                     m_BlockCells + g.firstBlock, g.blockCount, a + g.firstRow,
                                      b + g.firstRow, outA, outB);
     });
 }

@@ -32,10 +32,10 @@ public:
     /// Zeroes the first rowCapacity times columnCapacity floats, counted contiguously: that count ignores the
     /// stride, so old marks may stay in the last rows. Meant so.
     void clearForPattern();
-    /// Lists the blocks of the first `rowCount` rows in which a cell of the first `columnCount` columns is
-    /// not zero. `exact` promises that no cell which is zero now will be written before the next call;
-    /// otherwise such cells are kept and count as zero in the products.
-    void listBlocks(std::uint32_t rowCount, std::uint32_t columnCount, bool exact);
+    /// Lists the blocks of the first `rowCount` rows that hold a cell other than zero. `exact` promises that
+    /// no cell which is zero now will be written before the next call; otherwise such cells are remembered
+    /// and count as zero in the products.
+    void listBlocks(std::uint32_t rowCount, bool exact);
 
     /// Takes back the promise of `exact`.
     void keepToPattern() { m_Exact = false; }
@@ -65,11 +65,11 @@ private:
     float* m_Jacobian = nullptr;
     float** m_JacobianRows = nullptr;
     std::uint32_t* m_RowBlocks = nullptr; ///< column-block starts, row after row
-    Mask* m_BlockMasks = nullptr; ///< per row of `m_RowBlocks`: which cells were in the pattern
+    std::uint8_t* m_BlockCells =
+        nullptr; ///< per listed block of each row: a bit for each cell in the pattern
     RowGroup* m_Groups = nullptr;
     std::uint32_t m_GroupCount = 0;
     std::uint32_t m_BlockCount = 0;
-    std::uint32_t m_ListCapacity = 0;
     std::uint32_t m_RowCapacity = 0;
     std::uint32_t m_ColumnCapacity = 0;
     std::uint32_t m_ColumnStride = 0; ///< floats per row, always more than the columns

@@ -163,7 +163,7 @@ void IKSolverState::rebuildPattern()
             task->markPattern(m_Columns, m_Rows);
     if (m_BalanceTask && m_BalanceTask->isActive())
         m_BalanceTask->markPattern(m_Columns, m_Rows);
-    m_Jacobian.listBlocks(m_Rows, m_Columns, isPatternExact());
+    m_Jacobian.listBlocks(m_Rows, isPatternExact());
     m_PatternDirty = 0;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Pose hashes of whole solves against a file: every build of every compiler must give the same bits, on any number
-// of threads. `pose_hash_tests --write` renews the file after a change that is meant to move them.
+// Pose hashes of whole solves against a file: every build of every compiler must give the same bits, on any
+// number of threads. `pose_hash_tests --write` renews the file after a change that is meant to move them.
 #include "Works.h"
 
 #include <gtest/gtest.h>
@@ -43,7 +43,8 @@ TEST(PoseHashes, AreTheSameOverTwoAndEightThreadsWithASolverEach)
         std::vector<std::future<std::vector<std::string>>> results;
         for (std::size_t t = 0; t < threads; ++t)
             results.push_back(std::async(std::launch::async, [t] {
-                // Each thread starts elsewhere in the list, so that different figures are solved side by side.
+                // Each thread starts elsewhere in the list, so that different figures are solved side by
+                // side.
                 const auto& works = bench::hashedWorks();
                 std::vector<std::string> hashes(works.size());
                 for (std::size_t i = 0; i < works.size(); ++i) {

@@ -122,30 +122,54 @@ using Table = std::map<std::string, Operation<Face>>;
     }
 
 const Table<IKSolver> kSolverOperations = {
-    OP(IKSolver, setTolerance), OP(IKSolver, tolerance), OP(IKSolver, totalBoneLength), OP(IKSolver, setTotalBoneLength), OP(IKSolver, measureFigure), OP(IKSolver, framesCurrent), OP(IKSolver, computeStretchRatio), OP(IKSolver, rescaleFigure), OP(IKSolver, limitsWithRetargeting), OP(IKSolver, setLimitsWithRetargeting), OP(IKSolver, pCoefficient), OP(IKSolver, setPCoefficient), OP(IKSolver, momentsPrecision), OP(IKSolver, setMomentsPrecision), OP(IKSolver, momentsWeight), OP(IKSolver, setMomentsWeight), OP(IKSolver, secondaryTaskPrecision), OP(IKSolver, setSecondaryTaskPrecision),
-    OP(IKSolver, secondaryTaskWeight), OP(IKSolver, setSecondaryTaskWeight), OP(IKSolver, setFullRetargeting), OP(IKSolver, retargetGain), OP(IKSolver, setRetargetGain), OP(IKSolver, limitsGain), OP(IKSolver, setLimitsGain), OP(IKSolver, precision), OP(IKSolver, setPrecision),
-    OP(IKSolver, useDefaultZmp), OP(IKSolver, setUseDefaultZmp), OP(IKSolver, zmp), OP(IKSolver, setZmp),
-    OP(IKSolver, totalMass), OP(IKSolver, setTotalMass), OP(IKSolver, rootTranslationWeight), OP(IKSolver, setRootTranslationWeight), OP(IKSolver, rootTranslation), OP(IKSolver, translateRoot), OP(IKSolver, setTranslateRoot), OP(IKSolver, enableRootTarget), OP(IKSolver, setEnableRootTarget), OP(IKSolver, rescaleTasks), OP(IKSolver, setRescaleTasks), OP(IKSolver, rootTargetTranslation), OP(IKSolver, setRootTargetTranslation), OP(IKSolver, requestMeasure), OP(IKSolver, prepare), OP(IKSolver, reset),
-    OP(IKSolver, taskCount), OP(IKSolver, boneCount), OP(IKSolver, setSetupDirty), OP(IKSolver, zmpPointer),
-    OP(IKSolver, centreOfMass),
+    OP(IKSolver, setTolerance), OP(IKSolver, tolerance), OP(IKSolver, totalBoneLength),
+    OP(IKSolver, setTotalBoneLength), OP(IKSolver, measureFigure), OP(IKSolver, framesCurrent),
+    OP(IKSolver, computeStretchRatio), OP(IKSolver, rescaleFigure), OP(IKSolver, limitsWithRetargeting),
+    OP(IKSolver, setLimitsWithRetargeting), OP(IKSolver, pCoefficient), OP(IKSolver, setPCoefficient),
+    OP(IKSolver, momentsPrecision), OP(IKSolver, setMomentsPrecision), OP(IKSolver, momentsWeight),
+    OP(IKSolver, setMomentsWeight), OP(IKSolver, secondaryTaskPrecision),
+    OP(IKSolver, setSecondaryTaskPrecision), OP(IKSolver, secondaryTaskWeight),
+    OP(IKSolver, setSecondaryTaskWeight), OP(IKSolver, setFullRetargeting), OP(IKSolver, retargetGain),
+    OP(IKSolver, setRetargetGain), OP(IKSolver, limitsGain), OP(IKSolver, setLimitsGain),
+    OP(IKSolver, precision), OP(IKSolver, setPrecision), OP(IKSolver, useDefaultZmp),
+    OP(IKSolver, setUseDefaultZmp), OP(IKSolver, zmp), OP(IKSolver, setZmp), OP(IKSolver, totalMass),
+    OP(IKSolver, setTotalMass), OP(IKSolver, rootTranslationWeight), OP(IKSolver, setRootTranslationWeight),
+    OP(IKSolver, rootTranslation), OP(IKSolver, translateRoot), OP(IKSolver, setTranslateRoot),
+    OP(IKSolver, enableRootTarget), OP(IKSolver, setEnableRootTarget), OP(IKSolver, rescaleTasks),
+    OP(IKSolver, setRescaleTasks), OP(IKSolver, rootTargetTranslation),
+    OP(IKSolver, setRootTargetTranslation), OP(IKSolver, requestMeasure), OP(IKSolver, prepare),
+    OP(IKSolver, reset), OP(IKSolver, taskCount), OP(IKSolver, boneCount), OP(IKSolver, setSetupDirty),
+    OP(IKSolver, zmpPointer), OP(IKSolver, centreOfMass),
 };
 
 const Table<IKSegment> kBoneOperations = {
     OP(IKSegment, setRetargeting), OP(IKSegment, isRetargeting), OP(IKSegment, setFullRetargeting),
     OP(IKSegment, getFullRetargeting), OP(IKSegment, enableLimits), OP(IKSegment, limitsEnabled),
     OP(IKSegment, enforceLimits), OP(IKSegment, limitsEnforced), OP(IKSegment, enableStretchLimits),
-    OP(IKSegment, stretchLimitsEnabled), OP(IKSegment, enforceStretchLimits), OP(IKSegment, stretchLimitsEnforced), OP(IKSegment, resetTranslation), OP(IKSegment, setActiveDof), OP(IKSegment, isTranslational), OP(IKSegment, setFreeTranslation), OP(IKSegment, hasFreeTranslation), OP(IKSegment, setActive), OP(IKSegment, setTargetOrientation), OP(IKSegment, getTargetOrientation), OP(IKSegment, setOrientation), OP(IKSegment, setTranslation), OP(IKSegment, addTranslation), OP(IKSegment, setWeight),
-    OP(IKSegment, getOrientation), OP(IKSegment, getOrientationFromRest), OP(IKSegment, getTranslation),
-    OP(IKSegment, setRestOrientation), OP(IKSegment, setRestTranslation), OP(IKSegment, getDofCount),
-    OP(IKSegment, getFirstColumn), OP(IKSegment, getIndex), OP(IKSegment, getGlobalPosition), OP(IKSegment, getFramePosition), OP(IKSegment, getGlobalOrientation), OP(IKSegment, getGlobalTranslation),
-    OP(IKSegment, getSubtreeCentreOffset), OP(IKSegment, setLimit),
+    OP(IKSegment, stretchLimitsEnabled), OP(IKSegment, enforceStretchLimits),
+    OP(IKSegment, stretchLimitsEnforced), OP(IKSegment, resetTranslation), OP(IKSegment, setActiveDof),
+    OP(IKSegment, isTranslational), OP(IKSegment, setFreeTranslation), OP(IKSegment, hasFreeTranslation),
+    OP(IKSegment, setActive), OP(IKSegment, setTargetOrientation), OP(IKSegment, getTargetOrientation),
+    OP(IKSegment, setOrientation), OP(IKSegment, setTranslation), OP(IKSegment, addTranslation),
+    OP(IKSegment, setWeight), OP(IKSegment, getOrientation), OP(IKSegment, getOrientationFromRest),
+    OP(IKSegment, getTranslation), OP(IKSegment, setRestOrientation), OP(IKSegment, setRestTranslation),
+    OP(IKSegment, getDofCount), OP(IKSegment, getFirstColumn), OP(IKSegment, getIndex),
+    OP(IKSegment, getGlobalPosition), OP(IKSegment, getFramePosition), OP(IKSegment, getGlobalOrientation),
+    OP(IKSegment, getGlobalTranslation), OP(IKSegment, getSubtreeCentreOffset), OP(IKSegment, setLimit),
     {"getLimits", floats(&IKSegment::getLimits, 8)},
     OP(IKSegment, setRotationAxis), OP(IKSegment, setProjectionAxis), OP(IKSegment, setHoldOrientation),
     OP(IKSegment, setStretchLimit),
     {"getStretchLimits", floats(&IKSegment::getStretchLimits, 6)},
     OP(IKSegment, setLimitsGain), OP(IKSegment, getLimitsGain), OP(IKSegment, setRetargetingAxisGain),
-    OP(IKSegment, setRetargetingGain), OP(IKSegment, getRetargetingAxisGain), OP(IKSegment, getRetargetingGain), OP(IKSegment, setStretchGain), OP(IKSegment, getStretchGain), OP(IKSegment, getLength), OP(IKSegment, getWeight), OP(IKSegment, scale), OP(IKSegment, resetToRest), OP(IKSegment, getRestTranslation), OP(IKSegment, getRestOrientation), OP(IKSegment, isRetargetingAny), OP(IKSegment, isActive), OP(IKSegment, isDofActive), OP(IKSegment, isDirty), OP(IKSegment, getMassFraction),
-    OP(IKSegment, setMass), OP(IKSegment, getMass), OP(IKSegment, setMaxVelocity), OP(IKSegment, getMaxVelocity), OP(IKSegment, setMassCentre), OP(IKSegment, getMassCentre), OP(IKSegment, getChainDepth), OP(IKSegment, getStretchRatio), OP(IKSegment, getStretchScale),
+    OP(IKSegment, setRetargetingGain), OP(IKSegment, getRetargetingAxisGain),
+    OP(IKSegment, getRetargetingGain), OP(IKSegment, setStretchGain), OP(IKSegment, getStretchGain),
+    OP(IKSegment, getLength), OP(IKSegment, getWeight), OP(IKSegment, scale), OP(IKSegment, resetToRest),
+    OP(IKSegment, getRestTranslation), OP(IKSegment, getRestOrientation), OP(IKSegment, isRetargetingAny),
+    OP(IKSegment, isActive), OP(IKSegment, isDofActive), OP(IKSegment, isDirty),
+    OP(IKSegment, getMassFraction), OP(IKSegment, setMass), OP(IKSegment, getMass),
+    OP(IKSegment, setMaxVelocity), OP(IKSegment, getMaxVelocity), OP(IKSegment, setMassCentre),
+    OP(IKSegment, getMassCentre), OP(IKSegment, getChainDepth), OP(IKSegment, getStretchRatio),
+    OP(IKSegment, getStretchScale),
     {"getAxis",
      [](IKSegment& bone, const json& a) {
          SinewVector out;
@@ -161,10 +185,15 @@ const Table<IKSegment> kBoneOperations = {
 };
 
 const Table<IKTask> kTaskOperations = {
-    OP(IKTask, getFirstRow),      OP(IKTask, getId), OP(IKTask, getRowCount),      OP(IKTask, getActiveDofCount), OP(IKTask, isActive),         OP(IKTask, getWeight), OP(IKTask, setDepth),
-    OP(IKTask, getDepth), OP(IKTask, setWeight),        OP(IKTask, setAxisWeight), OP(IKTask, getAxisWeight),    OP(IKTask, setPrecision), OP(IKTask, setAxisPrecision), OP(IKTask, getAxisPrecision),
-    OP(IKTask, getCreationDepth), OP(IKTask, getAxisLevel), OP(IKTask, setLevel),         OP(IKTask, setAxisLevel), OP(IKTask, scaleTarget),      OP(IKTask, setActive), OP(IKTask, setActiveDof),
-    OP(IKTask, isDofActive), OP(IKTask, isPositionTask),   OP(IKTask, isOrientationTask), OP(IKTask, isForceTask),      OP(IKTask, isReactionTask), OP(IKTask, isBalanceTask),    OP(IKTask, setTracksRetarget), OP(IKTask, tracksRetarget),   OP(IKTask, follows), OP(IKTask, setTargetVector),
+    OP(IKTask, getFirstRow), OP(IKTask, getId), OP(IKTask, getRowCount), OP(IKTask, getActiveDofCount),
+    OP(IKTask, isActive), OP(IKTask, getWeight), OP(IKTask, setDepth), OP(IKTask, getDepth),
+    OP(IKTask, setWeight), OP(IKTask, setAxisWeight), OP(IKTask, getAxisWeight), OP(IKTask, setPrecision),
+    OP(IKTask, setAxisPrecision), OP(IKTask, getAxisPrecision), OP(IKTask, getCreationDepth),
+    OP(IKTask, getAxisLevel), OP(IKTask, setLevel), OP(IKTask, setAxisLevel), OP(IKTask, scaleTarget),
+    OP(IKTask, setActive), OP(IKTask, setActiveDof), OP(IKTask, isDofActive), OP(IKTask, isPositionTask),
+    OP(IKTask, isOrientationTask), OP(IKTask, isForceTask), OP(IKTask, isReactionTask),
+    OP(IKTask, isBalanceTask), OP(IKTask, setTracksRetarget), OP(IKTask, tracksRetarget),
+    OP(IKTask, follows), OP(IKTask, setTargetVector),
 };
 const Table<IKPositionTask> kPositionOperations = {
     {"setTarget",
@@ -174,8 +203,11 @@ const Table<IKPositionTask> kPositionOperations = {
     OP(IKPositionTask, setForce), OP(IKPositionTask, getForce), OP(IKPositionTask, setPositionRows),
     OP(IKPositionTask, setForceTask), OP(IKPositionTask, setForceShare), OP(IKPositionTask, getForceShare),
     OP(IKPositionTask, setBalanceMoments), OP(IKPositionTask, getError), OP(IKPositionTask, computeMoment),
-    OP(IKPositionTask, setPoleVector), OP(IKPositionTask, getPoleVector), OP(IKPositionTask, getPlaneConstraint), OP(IKPositionTask, getPlaneTarget), OP(IKPositionTask, setPlaneConstraint),
-    OP(IKPositionTask, setPlaneTarget), OP(IKPositionTask, setPlaneNormal), OP(IKPositionTask, getPlaneNormal), OP(IKPositionTask, setPlanePoint), OP(IKPositionTask, getPlanePoint),
+    OP(IKPositionTask, setPoleVector), OP(IKPositionTask, getPoleVector),
+    OP(IKPositionTask, getPlaneConstraint), OP(IKPositionTask, getPlaneTarget),
+    OP(IKPositionTask, setPlaneConstraint), OP(IKPositionTask, setPlaneTarget),
+    OP(IKPositionTask, setPlaneNormal), OP(IKPositionTask, getPlaneNormal),
+    OP(IKPositionTask, setPlanePoint), OP(IKPositionTask, getPlanePoint),
 };
 const Table<IKOrientationTask> kOrientationOperations = {
     {"setTarget",
@@ -187,13 +219,18 @@ const Table<IKOrientationTask> kOrientationOperations = {
              SinewQuaternion(a[0].get<float>(), a[1].get<float>(), a[2].get<float>(), a[3].get<float>()));
          return Values();
      }},
-    OP(IKOrientationTask, getTarget), OP(IKOrientationTask, setLocalAxis), OP(IKOrientationTask, getLocalAxis), OP(IKOrientationTask, setAimDirection), OP(IKOrientationTask, getAimDirection),
-    OP(IKOrientationTask, setAimMode), OP(IKOrientationTask, getAimMode), OP(IKOrientationTask, setTargetMatrix),
+    OP(IKOrientationTask, getTarget), OP(IKOrientationTask, setLocalAxis),
+    OP(IKOrientationTask, getLocalAxis), OP(IKOrientationTask, setAimDirection),
+    OP(IKOrientationTask, getAimDirection), OP(IKOrientationTask, setAimMode),
+    OP(IKOrientationTask, getAimMode), OP(IKOrientationTask, setTargetMatrix),
 };
 const Table<IKBalanceTask> kBalanceOperations = {
-    OP(IKBalanceTask, setTarget),           OP(IKBalanceTask, setTargetOffset), OP(IKBalanceTask, getTarget),           OP(IKBalanceTask, computeMoment), OP(IKBalanceTask, getGravityAxis),
-    OP(IKBalanceTask, setCentreOfMassRows), OP(IKBalanceTask, setRelativeToRoot),   OP(IKBalanceTask, setMomentRows), OP(IKBalanceTask, setGravityDirection), OP(IKBalanceTask, setGravityAxis),
-    OP(IKBalanceTask, getGravityDirection), OP(IKBalanceTask, momentRows), OP(IKBalanceTask, centreOfMassRows),
+    OP(IKBalanceTask, setTarget), OP(IKBalanceTask, setTargetOffset), OP(IKBalanceTask, getTarget),
+    OP(IKBalanceTask, computeMoment), OP(IKBalanceTask, getGravityAxis),
+    OP(IKBalanceTask, setCentreOfMassRows), OP(IKBalanceTask, setRelativeToRoot),
+    OP(IKBalanceTask, setMomentRows), OP(IKBalanceTask, setGravityDirection),
+    OP(IKBalanceTask, setGravityAxis), OP(IKBalanceTask, getGravityDirection),
+    OP(IKBalanceTask, momentRows), OP(IKBalanceTask, centreOfMassRows),
 };
 #undef OP
 // clang-format on

@@ -61,16 +61,17 @@ SINEW_KIT Lanes laneSqrt(Lanes v)
 
 SINEW_KIT Mask laneLess(Lanes a, Lanes b) { return (Mask)(a < b); }
 SINEW_KIT Mask laneAtMost(Lanes a, Lanes b) { return (Mask)(a <= b); }
-/// Whether both masks are set in every lane.
-SINEW_KIT bool allLanes(Mask a, Mask b)
+/// A bit for each lane of a mask, lane 0 the lowest.
+SINEW_KIT unsigned laneBits(Mask m)
 {
-    const Mask m = a & b;
 #if defined(__SSE2__)
-    return _mm_movemask_ps((Lanes)m) == 15;
+    return static_cast<unsigned>(_mm_movemask_ps((Lanes)m));
 #else
-    return m[0] && m[1] && m[2] && m[3];
+    return (m[0] & 1u) | (m[1] & 2u) | (m[2] & 4u) | (m[3] & 8u);
 #endif
 }
+/// Whether both masks are set in every lane.
+SINEW_KIT bool allLanes(Mask a, Mask b) { return laneBits(a & b) == 15u; }
 
 #else
 
@@ -169,6 +170,7 @@ SINEW_KIT Mask laneAtMost(Lanes a, Lanes b)
     return makeMask(a.f[0] <= b.f[0] ? -1 : 0, a.f[1] <= b.f[1] ? -1 : 0, a.f[2] <= b.f[2] ? -1 : 0,
                     a.f[3] <= b.f[3] ? -1 : 0);
 }
+SINEW_KIT unsigned laneBits(Mask m) { return (m.i[0] & 1u) | (m.i[1] & 2u) | (m.i[2] & 4u) | (m.i[3] & 8u); }
 SINEW_KIT bool allLanes(Mask a, Mask b)
 {
     return (a.i[0] & b.i[0]) && (a.i[1] & b.i[1]) && (a.i[2] & b.i[2]) && (a.i[3] & b.i[3]);
@@ -180,6 +182,12 @@ SINEW_KIT Mask laneLess(Lanes a, Lanes b)
 }
 
 #endif
+
+/// The mask of which `bits` are the lanes, lane 0 the lowest.
+SINEW_KIT Mask maskFromBits(unsigned bits)
+{
+    return makeMask(bits & 1u ? -1 : 0, bits & 2u ? -1 : 0, bits & 4u ? -1 : 0, bits & 8u ? -1 : 0);
+}
 
 SINEW_KIT Lanes zeroLanes() { return splat(0.0f); }
 
@@ -236,4 +244,4 @@ SINEW_KIT void transposeLanes(Lanes& a, Lanes& b, Lanes& c, Lanes& d)
     d = shuffle<1, 3, 1, 3>(ab23, cd23);
 }
 
-} // namespace Sinew
+} // namespace gnu::visibility("default")]]Sinew
