@@ -66,11 +66,12 @@ private:
 };
 
 /// The goal's curve is centred a part of the way in from where the bone is at rest, to stay within reach.
-void addGoal(Scene& scene, const std::string& bone, float reach = 0.85f)
+void addGoal(Scene& scene, const std::string& bone, float reach = 0.85f, float phase = -1.0f)
 {
     IKPositionTask* task = scene.solver->addPositionTask(bone.c_str());
     const SinewVector root = scene.solver->rootBone()->getGlobalPosition();
     scene.goals.push_back(task);
+    scene.goalPhase.push_back(phase < 0.0f ? 1.7f * static_cast<float>(scene.goals.size() - 1) : phase);
     scene.goalCentre.push_back(root + (task->getTarget() - root) * reach);
 }
 
@@ -147,8 +148,13 @@ Scene makeFingers()
     s.solver->setTranslateRoot(true);
     for (const char* bone : {"leftHand", "rightHand", "leftFoot", "rightFoot", "head"})
         addGoal(s, bone);
-    for (const std::string& tip : tips)
-        addGoal(s, tip, 0.9f);
+    // Fingers move with their hand, each a little behind the last.
+    for (std::size_t i = 0; i < tips.size(); ++i) {
+        const std::size_t hand = i / 5;
+        addGoal(s, tips[i], 1.0f, s.goalPhase[hand] + 0.05f * static_cast<float>(i % 5));
+        s.goalCentre.back() =
+            s.goalCentre[hand] + (s.goalCentre.back() - s.goals[hand]->getSegment()->getGlobalPosition());
+    }
     s.solver->setPCoefficient(0.5f);
     s.swing = 0.03f;
     s.frames = 100;
@@ -298,7 +304,7 @@ void Scene::moveGoals(std::uint32_t frame)
 {
     // Each goal runs on its own slow curve around its centre.
     for (std::size_t i = 0; i < goals.size(); ++i) {
-        const float t = 0.03f * static_cast<float>(frame + 20), phase = 1.7f * static_cast<float>(i);
+        const float t = 0.03f * static_cast<float>(frame + 20), phase = goalPhase[i];
         const float radius = swing * height;
         goals[i]->setTarget(goalCentre[i].x() + radius * sineCosine(t + phase).sine,
                             goalCentre[i].y() + radius * sineCosine(1.3f * t + 2.0f * phase).sine,

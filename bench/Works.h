@@ -20,6 +20,7 @@ struct Scene {
     std::unique_ptr<Sinew::IKSolver> solver = std::make_unique<Sinew::IKSolver>();
     std::vector<Sinew::IKPositionTask*> goals;
     std::vector<Sinew::SinewVector> goalCentre; ///< world places that the goals move around
+    std::vector<float> goalPhase; ///< where on its curve each goal starts, radians
     float height = 1.0f; ///< longest chain from the root
     float swing = 0.2f; ///< how far goals move, in heights
     std::uint32_t frames = 1;
