@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+// Declares every subcommand's options and runs the one that is asked for. The only file that includes CLI11.
+#include "CommandLine.h"
+
+#include "bench/BenchCommand.h"
+#include "info/InfoCommand.h"
+#include "shared/Console.h"
+#include "track/TrackCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace app {
+
+namespace {
+
+constexpr const char* kVersion = "0.1.0";
+
+/// What the chosen subcommand does once its options are read.
+using Action = std::function<int()>;
+
+void addMotionOptions(CLI::App& command, MotionOptions& options)
+{
+    command
+        .add_option("--offsets", options.offsets,
+                    "what position channels do to a joint's OFFSET:\nguess, replace or add")
+        ->type_name("RULE")
+        ->capture_default_str();
+    command
+        .add_option("--unit", options.unit,
+                    "the file's unit, for reports: m, dm, cm, mm, in, ft, cmu\nor metres a unit")
+        ->type_name("UNIT");
+    command
+        .add_option("--up", options.up,
+                    "the file's up axis, for reports: x, y or z, with - if it\npoints down")
+        ->type_name("AXIS");
+}
+
+void addInfo(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<InfoOptions>();
+    CLI::App* command = program.add_subcommand("info", "Tells what is in a motion file.");
+    command->add_option("FILE", options->motion.file, "BVH file")->type_name("")->required();
+    command->add_option("--pose", options->pose, "list every joint's world transform at this frame, from 0")
+        ->type_name("FRAME");
+    command->add_flag("--json", options->json, "write JSON to the standard output");
+    addMotionOptions(*command, options->motion);
+    command->footer("Unit and up axis are in no BVH file: they are guessed from the figure, and nothing is\n"
+                    "rescaled. Exit codes: 0 done, 2 bad input, 3 internal error.\n\n"
+                    "Examples:\n"
+                    "  sinew info walk.bvh\n"
+                    "  sinew info walk.bvh --pose 0 --json\n");
+    command->callback([options, &action] { action = [options] { return runInfo(*options); }; });
+}
+
+void addSolveOptions(CLI::App& command, TrackSettings& settings)
+{
+    command.add_option("--steps", settings.steps, "most iterations a frame")
+        ->type_name("COUNT")
+        ->capture_default_str();
+    command
+        .add_option("--tolerance", settings.tolerance,
+                    "largest joint step (radians, units) that ends a solve")
+        ->type_name("STEP")
+        ->capture_default_str();
+    command.add_option("--precision", settings.precision, "damping: smaller follows the goals more stiffly")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    command
+        .add_option("--pull", settings.pull,
+                    "gain of the goals: larger is faster, and diverges\nbeyond a point")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+    command.add_flag_callback(
+        "--fixed-root", [&settings] { settings.translateRoot = false; },
+        "keep the root where it is in the first frame");
+    command.add_flag("--from-rest", settings.fromRest,
+                     "start every frame from rest rather than from the frame\nbefore");
+}
+
+void addTrack(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<TrackOptions>();
+    CLI::App* command =
+        program.add_subcommand("track", "Solves a motion anew from the motion of a few of its joints.");
+    command->add_option("IN", options->motion.file, "BVH file with the source motion")
+        ->type_name("")
+        ->required();
+    command->add_option("-o,--output", options->output, "BVH file for the solved motion; may be IN")
+        ->type_name("OUT")
+        ->required();
+    command
+        ->add_option("--goal", options->goals,
+                     "repeatable: follow this joint's position (:pos, the\ndefault), orientation (:rot) or "
+                     "both (:both); "
+                     "without:\nhands, feet and head, found by names and tree")
+        ->type_name("JOINT[:KIND]")
+        ->allow_extra_args(false);
+    command->add_option("--frames", options->frames, "from 0, both included; either may be left out")
+        ->type_name("FIRST:LAST");
+    addSolveOptions(*command, options->settings);
+    command
+        ->add_option(
+            "--max-mean-error", options->maxMeanError,
+            "exit with 1 when the mean residual is larger: a share of\nthe figure's height, as in 0.1%, or a "
+            "length in file units")
+        ->type_name("LIMIT");
+    command->add_option("--report", options->htmlFile, "write a page with the animated figures and plots")
+        ->type_name("FILE.html");
+    command->add_flag("--json", options->json, "write the report to the standard output as JSON");
+    addMotionOptions(*command, options->motion);
+    command->footer(
+        "Exit codes: 0 done, 1 done but --max-mean-error was missed, 2 bad input, 3 internal error.\n\n"
+        "Examples:\n"
+        "  sinew track walk.bvh -o solved.bvh --report solved.html\n"
+        "  sinew track walk.bvh -o solved.bvh --goal LeftHand --goal Head:both --frames 0:99\n");
+    command->callback([options, &action] { action = [options] { return runTrack(*options); }; });
+}
+
+void addBench(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<BenchOptions>();
+    CLI::App* command = program.add_subcommand("bench", "measure the solver on this machine");
+    command->add_flag("--json", options->json, "write JSON to the standard output");
+    command->add_flag("--hash-only", options->hashOnly,
+                      "only the pose hashes, a line per work: equal on every machine and build");
+    command->add_option("--repeat", options->repeat, "runs of each work; the fastest counts")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    command->footer("Examples:\n"
+                    "  sinew bench\n"
+                    "  sinew bench --hash-only\n");
+    command->callback([options, &action] { action = [options] { return runBench(*options); }; });
+}
+
+/// A new subcommand is a function like the two above and a line here.
+constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo, addTrack, addBench};
+
+int runGuarded(const Action& action)
+{
+    try {
+        const int code = action();
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            complain("the standard output cannot be written; the disk may be full");
+            return kExitBadInput;
+        }
+        return code;
+    } catch (const BadInput& error) {
+        complain(error.what());
+        return kExitBadInput;
+    } catch (const std::bad_alloc&) {
+        complain("memory is out; try fewer frames or joints");
+    } catch (const std::exception& error) {
+        complain(fmt::format("internal error: {}; please report it", error.what()));
+    }
+    return kExitInternal;
+}
+
+/// What to say of words that the options don't cover, with the help that covers them.
+std::string parseMessage(const CLI::App& program, const CLI::ParseError& error, int argc,
+                         const char* const* argv)
+{
+    if (const std::vector<CLI::App*> chosen = program.get_subcommands(); !chosen.empty())
+        return fmt::format("{}; see `sinew {} --help`", error.what(), chosen.front()->get_name());
+    if (argc > 1 && argv[1][0] != '-')
+        return fmt::format("'{}' is no subcommand; `sinew --help` lists them", argv[1]);
+    return fmt::format("{}; see `sinew --help`", error.what());
+}
+
+} // namespace
+
+int runCommandLine(int argc, const char* const* argv)
+{
+    CLI::App program("Sinew: full-body inverse kinematics for character animation", "sinew");
+    program.set_version_flag("--version", fmt::format("sinew {}", kVersion));
+    program.require_subcommand(1);
+    program.get_formatter()->column_width(34);
+    program.footer("`sinew SUBCOMMAND --help` tells more, with examples.");
+    Action action;
+    for (const auto add : kSubcommands)
+        add(program, action);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& success) {
+        return program.exit(success) == 0 && std::fflush(stdout) == 0 ? kExitDone : kExitInternal;
+    } catch (const CLI::ParseError& error) {
+        complain(parseMessage(program, error, argc, argv));
+        return kExitBadInput;
+    }
+    return runGuarded(action);
+}
+
+} // namespace app

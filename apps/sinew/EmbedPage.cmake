@@ -1,0 +1,13 @@
+# Writes PAGE.html, PAGE.css and PAGE.js into OUTPUT as C++ constants. Run with cmake -P.
+file(WRITE ${OUTPUT}.tmp "// Made by EmbedPage.cmake.\n#include \"track/TrackReportHtml.h\"\nnamespace app {\n")
+foreach(part html css js)
+    file(READ ${PAGE}.${part} text)
+    string(FIND "${text}" ")page\"" clash)
+    if(NOT clash EQUAL -1)
+        message(FATAL_ERROR "${PAGE}.${part} holds the mark that ends the constant")
+    endif()
+    string(TOUPPER ${part} name)
+    file(APPEND ${OUTPUT}.tmp "const std::string_view kReportPage${name} = R\"page(${text})page\";\n")
+endforeach()
+file(APPEND ${OUTPUT}.tmp "} // namespace app\n")
+file(RENAME ${OUTPUT}.tmp ${OUTPUT})

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// `sinew info`: what is in a motion file.
+#pragma once
+
+#include "shared/MotionFile.h"
+
+#include <string>
+
+namespace app {
+
+struct InfoOptions {
+    MotionOptions motion;
+    std::string pose; ///< a frame from 0: list its world transforms in place of the summary
+    bool json = false;
+};
+
+/// Prints the summary or a pose; throws BadInput.
+int runInfo(const InfoOptions& options);
+
+} // namespace app

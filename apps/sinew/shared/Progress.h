@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// A progress bar on the terminal; silent where the standard error stream is none.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+namespace app {
+
+class Progress {
+public:
+    Progress(std::string label, std::size_t total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// Cheap enough for every frame: draws ten times a second at most.
+    void update(std::size_t done);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string m_Label;
+    std::size_t m_Total;
+    bool m_Shown; // the stream is a terminal
+    bool m_Drawn = false;
+    Clock::time_point m_Next;
+};
+
+} // namespace app

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+// From the options of `track` to files and reports.
+#include "track/TrackCommand.h"
+
+#include "shared/Console.h"
+#include "shared/Json.h"
+#include "track/TrackReportHtml.h"
+#include "track/TrackReportJson.h"
+#include "track/TrackRun.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+
+namespace app {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
+constexpr std::size_t kShownFileWarnings = 10;
+constexpr std::uint32_t kMostSteps = 1'000'000;
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void requireNumber(const char* option, double value, bool zeroToo)
+{
+    if (!std::isfinite(value) || !(zeroToo ? value >= 0 : value > 0) || value > 1e6)
+        throw BadInput(fmt::format("{}: {} won't do; give a number {} 0 and at most 1000000", option, value,
+                                   zeroToo ? "from" : "above"));
+}
+
+void checkSettings(const TrackSettings& settings)
+{
+    if (settings.steps == 0 || settings.steps > kMostSteps)
+        throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", settings.steps, kMostSteps));
+    requireNumber("--tolerance", settings.tolerance, true);
+    requireNumber("--precision", settings.precision, false);
+    requireNumber("--pull", settings.pull, false);
+}
+
+bool sameFile(const std::string& a, const std::string& b)
+{
+    std::error_code code;
+    if (fs::equivalent(a, b, code))
+        return true;
+    return fs::weakly_canonical(a, code) == fs::weakly_canonical(b, code);
+}
+
+/// Says before a long solve, not after it, that a file could never be written.
+void checkPlace(const char* option, const std::string& path)
+{
+    if (path.empty())
+        throw BadInput(fmt::format("{}: a file name is missing", option));
+    std::error_code code;
+    if (fs::is_directory(path, code))
+        throw BadInput(fmt::format("{}: {} is a folder; name a file", option, path));
+    const fs::path folder = fs::path(path).parent_path();
+    if (!folder.empty() && !fs::is_directory(folder, code))
+        throw BadInput(fmt::format("{}: there is no folder {}; make it first", option, folder.string()));
+}
+
+void checkPlaces(const TrackOptions& options)
+{
+    checkPlace("-o", options.output);
+    if (options.htmlFile.empty())
+        return;
+    checkPlace("--report", options.htmlFile);
+    if (sameFile(options.htmlFile, options.output))
+        throw BadInput("--report and -o name the same file; give them different names");
+    if (sameFile(options.htmlFile, options.motion.file))
+        throw BadInput(
+            fmt::format("--report: {} is the motion that is read; give another name", options.htmlFile));
+}
+
+void writeFile(const std::string& path, std::string_view text)
+{
+    if (const std::optional<std::string> reason = formats::writeFileAtomically(path, text))
+        throw BadInput(*reason);
+}
+
+/// The figure's height, or its longest side where it lies flat along the up axis.
+double heightOf(const MotionFile& file)
+{
+    if (file.figure.height > 0)
+        return file.figure.height;
+    double longest = 0;
+    std::vector<double> chain(file.motion.joints.size());
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        const formats::BvhJoint& joint = file.motion.joints[i];
+        if (joint.parent >= 0)
+            chain[i] = chain[static_cast<std::size_t>(joint.parent)]
+                + std::hypot(joint.offset[0], joint.offset[1], joint.offset[2]);
+        longest = std::max(longest, chain[i]);
+    }
+    return longest > 0 ? longest : 1;
+}
+
+void describe(const TrackOptions& options, const MotionFile& file, TrackReport& report)
+{
+    report.input = options.motion.file;
+    report.output = options.output;
+    report.htmlFile = options.htmlFile;
+    report.fileFrames = file.motion.frameCount;
+    report.frameTime = file.motion.frameTime;
+    report.jointCount = jointCount(file.motion);
+    report.height = heightOf(file);
+    report.unit = file.figure.unit;
+    if (file.figure.unit != "unknown")
+        report.metresPerUnit = file.figure.metresPerUnit;
+    report.up = upText(file.figure);
+    report.steps = options.settings.steps;
+    report.tolerance = options.settings.tolerance;
+    report.precision = options.settings.precision;
+    report.pull = options.settings.pull;
+    report.translateRoot = options.settings.translateRoot;
+    report.fromRest = options.settings.fromRest;
+    const std::vector<formats::BvhWarning>& warnings = file.motion.warnings;
+    for (std::size_t i = 0; i < std::min(warnings.size(), kShownFileWarnings); ++i)
+        report.warnings.push_back(atLine(options.motion.file, warnings[i].line, warnings[i].text));
+    if (warnings.size() > kShownFileWarnings)
+        report.warnings.push_back(fmt::format("{}: {} further warnings; `sinew info` lists them all",
+                                              options.motion.file, warnings.size() - kShownFileWarnings));
+}
+
+} // namespace
+
+FrameRange parseFrames(const std::string& text, std::size_t frameCount)
+{
+    FrameRange range{0, frameCount - 1};
+    if (text.empty())
+        return range;
+    const auto refuse = [&](std::string_view why) {
+        throw BadInput(
+            fmt::format("--frames {}: {}; the file has frames 0 to {}", text, why, frameCount - 1));
+    };
+    const std::size_t mark = text.find(':');
+    if (mark == std::string::npos)
+        refuse("give FIRST:LAST, both included, as in 0:99");
+    const auto read = [&](std::string_view part, std::size_t& value) {
+        if (part.empty())
+            return;
+        const auto [stop, error] = std::from_chars(part.data(), part.data() + part.size(), value);
+        if (error != std::errc() || stop != part.data() + part.size())
+            refuse("give FIRST:LAST as whole numbers from 0, as in 0:99");
+    };
+    read(std::string_view(text).substr(0, mark), range.first);
+    read(std::string_view(text).substr(mark + 1), range.last);
+    if (range.first > range.last)
+        refuse("the first frame lies behind the last");
+    if (range.last >= frameCount)
+        refuse("the last frame lies behind the end");
+    return range;
+}
+
+std::optional<double> parseMaxMeanError(const std::string& text, double height)
+{
+    if (text.empty())
+        return std::nullopt;
+    const bool percent = text.back() == '%';
+    const char* end = text.data() + text.size() - (percent ? 1 : 0);
+    double value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end || !std::isfinite(value) || value < 0)
+        throw BadInput(
+            fmt::format("--max-mean-error: '{}' is no limit; give a share of the figure's height, as in "
+                        "0.1%, or a length in the file's unit, as in 0.02",
+                        text));
+    return percent ? value / 100 * height : value;
+}
+
+int runTrack(const TrackOptions& options)
+{
+    const Clock::time_point start = Clock::now();
+    checkSettings(options.settings);
+    checkPlaces(options);
+    MotionFile file = readMotionFile(options.motion);
+    if (file.motion.frameCount == 0)
+        throw BadInput(
+            fmt::format("{}: the file has no frames, so there is no motion to track", options.motion.file));
+
+    TrackReport report;
+    describe(options, file, report);
+    const FrameRange range = parseFrames(options.frames, file.motion.frameCount);
+    report.firstFrame = range.first;
+    report.lastFrame = range.last;
+    report.maxMeanError = parseMaxMeanError(options.maxMeanError, report.height);
+    GoalChoice choice =
+        options.goals.empty() ? chooseGoals(file.motion) : namedGoals(file.motion, options.goals);
+    report.warnings.insert(report.warnings.end(), choice.notes.begin(), choice.notes.end());
+    TrackRequest request{std::move(choice.goals), options.settings, range.first, range.last,
+                         options.htmlFile.empty() ? 0 : kAnimationFrames};
+    if (report.maxMeanError && std::none_of(request.goals.begin(), request.goals.end(), [](const Goal& goal) {
+            return goal.position;
+        }))
+        throw BadInput(
+            "--max-mean-error measures positions, and no goal has one; add a goal JOINT:pos or JOINT:both");
+    report.readSeconds = secondsSince(start);
+
+    trackMotion(file.motion, request, report);
+
+    const Clock::time_point written = Clock::now();
+    writeFile(options.output, formats::writeBvh(file.motion));
+    report.writeSeconds = secondsSince(written);
+    report.totalSeconds = secondsSince(start);
+    if (!options.htmlFile.empty())
+        writeFile(options.htmlFile, trackReportHtml(report));
+
+    for (const std::string& warning : report.warnings)
+        complain(warning);
+    print(options.json ? jsonText(trackReportJson(report)) : trackReportText(report));
+    return report.missed ? kExitMissed : kExitDone;
+}
+
+} // namespace app

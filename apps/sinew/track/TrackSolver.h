@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// What `track` needs of a solver: bones in, goals per frame, poses out. Knows neither files nor reports.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace app {
+
+/// A rigid transform: translation in the file's unit, rotation x, y, z, w.
+struct Pose {
+    std::array<double, 3> translation{};
+    std::array<double, 4> rotation{0, 0, 0, 1};
+};
+
+struct TrackBone {
+    std::string name; ///< unique
+    int parent = -1; ///< index of a bone before this one; -1 for the root, which there is one of
+    std::array<double, 3> restTranslation{}; ///< in the parent's space; the rest orientation is the identity
+    std::array<bool, 3> turns{true, true, true}; ///< freedom to rotate about local x, y and z
+};
+
+struct TrackGoal {
+    std::size_t bone = 0;
+    bool position = true;
+    bool rotation = false;
+};
+
+struct TrackSettings {
+    std::uint32_t steps = 1000; ///< bound of the iterations of a frame
+    double tolerance = 1e-4; ///< largest joint step (radians or length units) that ends a solve
+    double precision = 2;
+    double pull = 1;
+    bool translateRoot = true;
+    bool fromRest = false; ///< every frame starts from rest rather than from the frame before
+};
+
+/// One figure being solved frame by frame.
+class TrackSolver {
+public:
+    virtual ~TrackSolver() = default;
+
+    /// Solves one frame. `goals` are world transforms in the order of the goals, `local` receives a transform
+    /// per bone in its parent's space. False when the solve diverged; the pose is then whatever it gave.
+    virtual bool solve(std::span<const Pose> goals, std::span<Pose> local) = 0;
+    /// Forgets everything of former frames.
+    virtual void restart() = 0;
+};
+
+/// A solver that calls the engine. `rootStart` is where the root stands at first, and in rest.
+std::unique_ptr<TrackSolver> makeEngineSolver(std::vector<TrackBone> bones, std::vector<TrackGoal> goals,
+                                              const TrackSettings& settings,
+                                              const std::array<double, 3>& rootStart);
+
+} // namespace app
