@@ -427,9 +427,7 @@ Run run(Scene scene)
         r.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         r.diverged += !converged;
         ++r.solves;
-        // The stopping iteration counts: it evaluates and sweeps like the others.
-        const std::uint32_t iterations = stateOf(scene).iteration();
-        r.iterations += iterations < scene.steps ? iterations + 1 : iterations;
+        r.iterations += scene.solver->iterations();
         scene.solver->updateFigure();
         r.worstResidual = std::max(r.worstResidual, scene.residual());
         hashPose(*scene.solver, r.hash);

@@ -39,6 +39,7 @@ int KeyString::compare(const KeyString& a, const KeyString& b)
         ++p;
         ++q;
     }
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): the order of signed bytes is what is wanted.
     const int left = static_cast<signed char>(*p), right = static_cast<signed char>(*q);
     return left < right ? -1 : left > right ? 1 : 0;
 }

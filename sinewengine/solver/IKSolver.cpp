@@ -130,6 +130,7 @@ IKSegment* IKSolver::bone(std::uint32_t index) const
     return index < m_State->m_SegmentCount ? m_State->m_Bones + index : nullptr;
 }
 IKSegment* IKSolver::findBone(const char* name) const { return m_State->findBone(name); }
+std::uint32_t IKSolver::iterations() const { return m_State->sweeps(); }
 void IKSolver::setBones(const BoneDescriptor* descriptors, std::uint32_t count)
 {
     m_State->setBones(descriptors, count);

@@ -83,8 +83,9 @@ public:
     }
     void markZmpDirty() { m_ZmpDirty = true; }
     bool framesCurrent() const { return m_FramesCurrent; }
-    /// Iterations of the current or last `solve`, and the largest joint step of its last sweep.
+    /// What the last `solve` did: steps applied to all bones, sweeps, and the largest joint step of the last.
     std::uint32_t iteration() const { return m_Iteration; }
+    std::uint32_t sweeps() const { return m_Sweeps; }
     float maxJointStep() const { return m_MaxJointStep; }
     const Jacobian& jacobian() const { return m_Jacobian; }
     bool hasBalanceTask() const { return m_BalanceTask != nullptr; }
@@ -163,7 +164,8 @@ private:
     std::uint32_t m_Rows = 0;
     std::uint32_t m_BoneCount = 0; ///< bones at the last `prepare`
     std::uint32_t m_TaskCount = 0;
-    std::uint32_t m_Iteration = 0;
+    std::uint32_t m_Iteration = 0; ///< steps applied to all bones in the current or last `solve`
+    std::uint32_t m_Sweeps = 0; ///< sweeps made, the one that met the tolerance included
     Jacobian m_Jacobian;
     float* m_ArrayBlock = nullptr; ///< one block behind all vectors below
     float* m_SecondaryMotion = nullptr; ///< z: pulls of the bones, per column

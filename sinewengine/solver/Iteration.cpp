@@ -59,7 +59,7 @@ bool IKSolverState::solve(std::uint32_t steps)
 
     bool converges = true;
     float errorSoFar = 1.0f;
-    m_Iteration = 0;
+    m_Iteration = m_Sweeps = 0;
     while (m_Iteration < steps) {
         m_ReachEstimate = 0.0f;
         refreshFrames(false);
@@ -67,6 +67,7 @@ bool IKSolverState::solve(std::uint32_t steps)
         if (m_Iteration == 0)
             adaptToReach();
         step();
+        ++m_Sweeps;
         if (hasDiverged(errorSoFar))
             converges = false; // reported, never acted on
         if (m_Iteration != 0 && m_Tolerance > m_MaxJointStep) {

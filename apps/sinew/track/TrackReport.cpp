@@ -66,9 +66,10 @@ void summarise(TrackReport& report, const GoalSamples& samples)
     report.distance.mean = together.mean;
     report.distance.p95 = together.p95;
 
-    std::vector<float> seconds;
+    std::vector<float> seconds, iterations;
     for (std::size_t i = 0; i < report.frames.size(); ++i) {
         seconds.push_back(report.frames[i].seconds);
+        iterations.push_back(static_cast<float>(report.frames[i].iterations));
         if (!report.frames[i].diverged)
             continue;
         const std::size_t frame = report.firstFrame + i;
@@ -79,6 +80,7 @@ void summarise(TrackReport& report, const GoalSamples& samples)
             report.diverged.emplace_back(frame, frame);
     }
     report.solveSeconds = spreadOf(std::move(seconds), report.firstFrame);
+    report.iterations = spreadOf(std::move(iterations), report.firstFrame);
     report.missed = report.maxMeanError && !(report.distance.mean <= *report.maxMeanError);
 }
 

@@ -36,6 +36,7 @@ struct FrameReport {
     float sourceStepDegrees = 0; ///< largest turn of any joint since the frame before; 0 in the first
     float solvedStepDegrees = 0;
     float seconds = 0; ///< of the solve alone
+    std::uint32_t iterations = 0; ///< of the solve, over all figures of the file
     bool diverged = false;
 };
 
@@ -75,6 +76,7 @@ struct TrackReport {
     Spread distance; ///< over all position goals and frames
     std::string worstGoal; ///< joint of the worst distance
     Spread solveSeconds;
+    Spread iterations;
     std::vector<FrameReport> frames;
     StepReport sourceStep, solvedStep;
     std::vector<std::pair<std::size_t, std::size_t>> diverged; ///< ranges of frames, both ends included

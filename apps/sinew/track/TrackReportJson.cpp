@@ -96,6 +96,7 @@ Json trackReportJson(const TrackReport& report)
         {"joint_step",
          {{"source", stepJson(report, report.sourceStep)}, {"solved", stepJson(report, report.solvedStep)}}},
         {"solve_seconds", std::move(solve)},
+        {"iterations", spreadJson(report.iterations)},
         {"diverged", {{"count", report.divergedCount}, {"ranges", std::move(diverged)}}},
         {"time",
          {{"read", report.readSeconds},

@@ -91,6 +91,9 @@ std::string trackReportText(const TrackReport& report)
                         micros(report.solveSeconds.mean), micros(report.solveSeconds.p95),
                         micros(report.solveSeconds.worst), report.solveSeconds.worstFrame,
                         1 / std::max(report.solveSeconds.mean, 1e-9));
+    text += fmt::format("           {:.0f} iterations a frame (p95 {:.0f}, worst {:.0f} in frame {})\n",
+                        report.iterations.mean, report.iterations.p95, report.iterations.worst,
+                        report.iterations.worstFrame);
     text += report.divergedCount == 0 ? "  diverged no frame\n"
                                       : fmt::format("  diverged {} of {} frames: {}\n", report.divergedCount,
                                                     count, rangesText(report.diverged, 8));

@@ -258,8 +258,9 @@ private:
             const WorldPose& goal = goals[m_Request.goals[figure.goals[g]].joint];
             figure.targets[g] = {goal.position, goal.rotation};
         }
-        if (!figure.solver->solve(figure.targets, figure.solved))
-            report.diverged = true;
+        const SolveResult result = figure.solver->solve(figure.targets, figure.solved);
+        report.diverged = report.diverged || !result.converged;
+        report.iterations += result.iterations;
         const std::array<double, 3>& root = goals[figure.joints.front()].position;
         if (isUsable(figure.solved, root, kLost * m_Report.height)) {
             for (std::size_t b = 0; b < figure.joints.size(); ++b)

@@ -32,7 +32,7 @@ public:
         }
     }
 
-    bool solve(std::span<const Pose> goals, std::span<Pose> local) override
+    SolveResult solve(std::span<const Pose> goals, std::span<Pose> local) override
     {
         for (std::size_t i = 0; i < m_Goals.size(); ++i) {
             const auto& [t, q] = goals[i];
@@ -55,7 +55,7 @@ public:
         const bool converged = m_Solver->solve(m_Settings.steps);
         m_Solver->updateFigure();
         readPose(local);
-        return converged;
+        return {converged, m_Solver->iterations()};
     }
 
 private:

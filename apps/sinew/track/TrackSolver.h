@@ -39,14 +39,19 @@ struct TrackSettings {
     bool fromRest = false; ///< every frame starts from rest rather than from the frame before
 };
 
+struct SolveResult {
+    bool converged = true; ///< false when the solve diverged
+    std::uint32_t iterations = 0;
+};
+
 /// One figure being solved frame by frame.
 class TrackSolver {
 public:
     virtual ~TrackSolver() = default;
 
     /// Solves one frame. `goals` are world transforms in the order of the goals, `local` receives a transform
-    /// per bone in its parent's space. False when the solve diverged; the pose is then whatever it gave.
-    virtual bool solve(std::span<const Pose> goals, std::span<Pose> local) = 0;
+    /// per bone in its parent's space; of a solve that diverged, whatever it gave.
+    virtual SolveResult solve(std::span<const Pose> goals, std::span<Pose> local) = 0;
     /// Forgets everything of former frames.
     virtual void restart() = 0;
 };

@@ -145,6 +145,9 @@ public:
     /// Makes the bones. Once in the life of a solver: a second call fails an assertion and changes nothing.
     void setBones(const BoneDescriptor* descriptors, std::uint32_t count);
 
+    /// Iterations of the last solve, the one that met the tolerance included.
+    std::uint32_t iterations() const;
+
 private:
     IKSolverState* m_State;
 };

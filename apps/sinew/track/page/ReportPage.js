@@ -111,6 +111,9 @@ function fillTables() {
   const solve = report.solve_seconds, settings = report.settings;
   fact("solve a frame", `mean ${number(solve.mean * 1e6)}, p95 ${number(solve.p95 * 1e6)}, worst ${number(solve.worst * 1e6)} µs, frame `,
     solve.worst_frame);
+  const iterations = report.iterations;
+  fact("iterations a frame", `mean ${number(iterations.mean)}, p95 ${number(iterations.p95)}, worst ${number(iterations.worst)}, frame `,
+    iterations.worst_frame);
   fact("whole run", `read ${number(report.time.read, 2)}, solve ${number(report.time.solve, 2)}, write ${number(report.time.write, 2)} s`);
   fact("settings", `${settings.steps} steps, tolerance ${settings.tolerance}, precision ${settings.precision}, pull ${settings.pull}`);
   fact("start and root", `${settings.from_rest ? "every frame from rest" : "warm from the frame before"}, ` +
