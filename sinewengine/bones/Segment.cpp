@@ -340,8 +340,11 @@ void Segment::integrate()
     }
     const SinewQuaternion turned = m_Orientation * step;
     const float s = dot(turned, turned);
-    const bool nearUnit = std::fabs(s - 1.0f) <= kNearUnit;
-    m_Orientation.lanes = turned.lanes * splat(nearUnit ? nearUnitScale(s, one) : 1.0f / __builtin_sqrtf(s));
+    if (std::fabs(s - 1.0f) <= kNearUnit)
+        m_Orientation.lanes = turned.lanes * splat(nearUnitScale(s, one));
+    else if (s > 0.0f && s < __builtin_inff())
+        m_Orientation.lanes = turned.lanes * splat(1.0f / __builtin_sqrtf(s));
+    // Otherwise the step was unbounded: the bone stays where it is rather than losing its pose for good.
     m_Dirty = true;
 
     if (m_Translational)

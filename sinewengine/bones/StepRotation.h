@@ -2,8 +2,6 @@
 // The rotation of one iteration's step, for one bone or for four at once to the same bits.
 #pragma once
 
-#include "kit/Trigonometry.h"
-
 #include <sinew/SinewVector.h>
 
 namespace Sinew {
@@ -11,7 +9,7 @@ namespace Sinew {
 // A step turns by |r| about r: its quaternion is r sin(h)/|r| and cos(h) with h = |r|/2. For half angles up
 // to pi/4 both factors are series in h^2 alone, which needs neither a square root nor a division.
 
-constexpr float kStepSeriesEnd = kSineSeriesEnd * kSineSeriesEnd; ///< largest h^2 for the series
+constexpr float kStepSeriesEnd = 0.61685028f; ///< (pi/4)^2: largest h^2 for the series
 
 /// sin(h)/(2h) from h^2.
 template <class Real>

@@ -3,6 +3,7 @@
 #include "kit/Trigonometry.h"
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 
 namespace Sinew {
@@ -49,7 +50,7 @@ double exponential(double x)
 
 } // namespace
 
-SineCosine sineCosineReduced(float radians)
+SineCosine sineCosine(float radians)
 {
     if (!(std::fabs(radians) <= std::numeric_limits<float>::max()))
         return {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()};
@@ -58,17 +59,29 @@ SineCosine sineCosineReduced(float radians)
         x = std::fmod(x, 2.0 * kPi);
     // pi/2 in two pieces, the first of 33 bits: its product with the quadrant is exact.
     const double k = std::floor(x * (2.0 / kPi) + 0.5);
-    const SineCosine r = sineCosineSeries(
-        static_cast<float>((x - k * 1.57079632673412561417e+00) - k * 6.07710050650619224932e-11));
+    const double r = (x - k * 1.57079632673412561417e+00) - k * 6.07710050650619224932e-11;
+
+    // Taylor series on |r| <= pi/4; the first term left out is below 1e-11 of the value.
+    const double r2 = r * r;
+    double s = -1.0 / 39916800.0;
+    for (const double c : {1.0 / 362880.0, -1.0 / 5040.0, 1.0 / 120.0, -1.0 / 6.0})
+        s = s * r2 + c;
+    s = r + (r * r2) * s;
+    double c = 1.0 / 479001600.0;
+    for (const double d : {-1.0 / 3628800.0, 1.0 / 40320.0, -1.0 / 720.0, 1.0 / 24.0, -0.5})
+        c = c * r2 + d;
+    c = 1.0 + r2 * c;
+
+    const float sine = static_cast<float>(s), cosine = static_cast<float>(c);
     switch (static_cast<long long>(k) & 3) {
     case 0:
-        return {r.sine, r.cosine};
+        return {sine, cosine};
     case 1:
-        return {r.cosine, -r.sine};
+        return {cosine, -sine};
     case 2:
-        return {-r.sine, -r.cosine};
+        return {-sine, -cosine};
     default:
-        return {-r.cosine, r.sine};
+        return {-cosine, sine};
     }
 }
 

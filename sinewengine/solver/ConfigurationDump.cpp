@@ -28,9 +28,9 @@ public:
         ((m_Stream << ' ' << rest), ...);
         m_Stream << std::endl;
     }
-    void line(const char* label, const float* values) { line(label, values[0], values[1], values[2]); }
+    void three(const char* label, const float* values) { line(label, values[0], values[1], values[2]); }
     void line(const char* label, SinewVector v) { line(label, v.x(), v.y(), v.z()); }
-    void line(const char* label, const bool* flags) { line(label, flags[0], flags[1], flags[2]); }
+    void three(const char* label, const bool* flags) { line(label, flags[0], flags[1], flags[2]); }
     void range(const char* label, const float* pair)
     {
         m_Stream << label << pair[0] << " max=" << pair[1] << std::endl;
@@ -59,7 +59,7 @@ try {
         const bool freedoms[3] = {translates && m_RootBone->isDofActive(3),
                                   translates && m_RootBone->isDofActive(4),
                                   translates && m_RootBone->isDofActive(5)};
-        report.line("Root Translation DOF=", freedoms);
+        report.three("Root Translation DOF=", freedoms);
         report.line("Enable Root Target Translation=", m_EnableRootTarget);
         report.line("Moments Weight=", m_MomentsWeight);
         report.line("Total Figure Mass=", m_TotalMass);
@@ -95,11 +95,11 @@ void Segment::dump(const char* path) const
     report.line("Rest Orientation=", m_RestOrientation.x(), m_RestOrientation.y(), m_RestOrientation.z(),
                 m_RestOrientation.w());
     report.line("Active=", m_Active);
-    report.line("Active DOF=", m_ActiveDof);
-    report.line("Active translation DOF=", m_ActiveDof + 3);
+    report.three("Active DOF=", m_ActiveDof);
+    report.three("Active translation DOF=", m_ActiveDof + 3);
     report.line("Translational=", m_Translational);
-    report.line("Weight=", m_Weight);
-    report.line("Stretch weight=", m_Weight + 3);
+    report.three("Weight=", m_Weight);
+    report.three("Stretch weight=", m_Weight + 3);
     report.line("Mass=", m_Mass);
     report.line("Max Velocity=", m_MaxVelocity);
     report.line("Enable retargetting=", m_Retargeting);
@@ -129,10 +129,10 @@ void Task::dump(const char* path)
         report.line("Pole Vector=", asPositionTask()->getPoleVector());
     }
     report.line("Active=", m_Active);
-    report.line("Active DOF=", m_ActiveDof);
+    report.three("Active DOF=", m_ActiveDof);
     report.line("Depth=", m_Depth);
-    report.line("Weight=", m_AxisWeight);
-    report.line("Precision=", m_AxisPrecision);
+    report.three("Weight=", m_AxisWeight);
+    report.three("Precision=", m_AxisPrecision);
 }
 
 } // namespace Sinew

@@ -96,9 +96,10 @@ public:
     {
         return m_BalanceTask && m_BalanceTask->isActive() ? m_Zmp : SinewVector();
     }
+    /// Keeps the largest reach of this iteration; an infinite one would leave all row weights at 0 for good.
     void raiseReach(float reach)
     {
-        if (reach > m_ReachEstimate)
+        if (reach > m_ReachEstimate && reach < __builtin_inff())
             m_ReachEstimate = reach;
     }
 

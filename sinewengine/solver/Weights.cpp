@@ -82,8 +82,10 @@ void IKSolverState::updateMomentWeights()
 {
     if (!m_BalanceTask || !m_BalanceTask->momentRows() || !m_RowWeights || m_RowCapacity < 3)
         return;
+    // A figure without mass has no moments to hold.
+    const float perMass = m_TotalMass > 0.0f ? 80.0f / m_TotalMass : 0.0f;
     const float w =
-        (square(80.0f / m_TotalMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
+        (square(perMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
     for (std::uint32_t k = 1; k <= 3; ++k)
         m_RowWeights[m_RowCapacity - k] = w;
 }

@@ -13,7 +13,11 @@ public:
     BalanceTask(std::uint32_t creationDepth, Segment* bones, std::uint32_t boneCount, std::uint32_t axis,
                 bool momentRows, bool centreOfMassRows);
 
-    void setTargetVector(const float* target) override { setTarget(target[0], target[1], target[2]); }
+    void setTargetVector(const float* target) override
+    {
+        if (target)
+            setTarget(target[0], target[1], target[2]);
+    }
     void setActive(bool on, bool alsoDof) override;
     bool isBalanceTask() const override { return m_CentreOfMassRows; }
 

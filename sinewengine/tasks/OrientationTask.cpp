@@ -13,6 +13,8 @@ OrientationTask::OrientationTask(std::uint32_t creationDepth, Segment* segment)
 
 void OrientationTask::setTargetMatrix(const float* m)
 {
+    if (!m)
+        return;
     m_TargetMatrix =
         toColumnMatrix(fromColumnMatrix(makeMatrix(m[0], m[1], m[2], m[4], m[5], m[6], m[8], m[9], m[10])));
 }

@@ -15,7 +15,11 @@ public:
     bool isPositionTask() const override { return m_PositionRows; }
     bool isForceTask() const override { return m_ForceTask; }
     bool isReactionTask() const override { return m_ReactionTask; }
-    void setTargetVector(const float* target) override { m_Target.set(target[0], target[1], target[2]); }
+    void setTargetVector(const float* target) override
+    {
+        if (target)
+            m_Target.set(target[0], target[1], target[2]);
+    }
     void scaleTarget(float factor) override { m_Target *= factor; }
 
     void setTarget(float x, float y, float z) override { m_Target.set(x, y, z); }

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 constexpr std::size_t kEngineAlignment = 128; ///< alignment of engine objects and arrays, in bytes
 
@@ -22,3 +24,5 @@ void alignedFree(void* block);
 void setAllocator(AllocateFunction allocate, FreeFunction free);
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

@@ -2,7 +2,9 @@
 // Programming errors: one replaceable handler for the whole engine.
 #pragma once
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// Receives a failed assertion: its text, the name of the source and the line. May return; the engine then
 /// goes on in a safe way. May abort. Must not throw.
@@ -16,6 +18,8 @@ AssertHandler setAssertHandler(AssertHandler handler);
 void failAssertion(const char* text, const char* source, int line);
 
 } // namespace Sinew
+
+#pragma GCC visibility pop
 
 /// Checks a condition; text, source name and line are part of the engine's contract and so are given, not
 /// derived.

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 #pragma pack(push, 1)
 
@@ -30,3 +32,5 @@ struct BoneDescriptor {
 static_assert(sizeof(void*) != 8 || sizeof(BoneDescriptor) == 105);
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// Degrees about x, then y, then z. A pair whose magnitudes sum to 359 or more means a free axis: (0, 359).
 struct EulerLimits {
@@ -14,3 +16,5 @@ struct EulerLimits {
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

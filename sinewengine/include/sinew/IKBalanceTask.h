@@ -4,7 +4,9 @@
 
 #include <sinew/IKTask.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 class IKBalanceTask : public virtual IKTask {
 public:
@@ -33,3 +35,5 @@ public:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

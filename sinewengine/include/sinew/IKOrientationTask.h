@@ -4,7 +4,9 @@
 
 #include <sinew/IKTask.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 class IKOrientationTask : public virtual IKTask {
 public:
@@ -27,3 +29,5 @@ public:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

@@ -4,7 +4,9 @@
 
 #include <sinew/IKTask.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 class IKPositionTask : public virtual IKTask {
 public:
@@ -48,3 +50,5 @@ public:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

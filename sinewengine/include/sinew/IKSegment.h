@@ -5,7 +5,9 @@
 #include <sinew/EulerLimits.h>
 #include <sinew/SinewMatrix.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 class IKSolverState;
 
@@ -165,3 +167,5 @@ public:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

@@ -10,7 +10,9 @@
 #include <sinew/IKPositionTask.h>
 #include <sinew/IKSegment.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// Handle of one solver; it owns all its bones and tasks. Not copyable. Use one solver from one thread at a
 /// time; separate solvers are independent. Lengths are in the caller's unit, the space is right-handed.
@@ -153,3 +155,5 @@ private:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

@@ -4,7 +4,9 @@
 
 #include <sinew/IKSegment.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// One goal of a solve. Owned by its solver; the pointer stays valid until the task is removed or the solver
 /// is destroyed. An `axis` is 0 x, 1 y, 2 z of the world.
@@ -66,3 +68,5 @@ public:
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

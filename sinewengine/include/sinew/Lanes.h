@@ -14,7 +14,9 @@
 // calls, and a fused multiply-add in it would change the engine's bits.
 #define SINEW_KIT [[gnu::always_inline]] inline
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 #if !defined(SINEW_SCALAR)
 
@@ -244,4 +246,6 @@ SINEW_KIT void transposeLanes(Lanes& a, Lanes& b, Lanes& c, Lanes& d)
     d = shuffle<1, 3, 1, 3>(ab23, cd23);
 }
 
-} // namespace gnu::visibility("default")]]Sinew
+} // namespace Sinew
+
+#pragma GCC visibility pop

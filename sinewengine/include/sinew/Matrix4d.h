@@ -4,7 +4,9 @@
 
 #include <sinew/SinewMatrix.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// 16 doubles, row-major; v' = v M, so a translation stands in the last row (elements 12, 13, 14).
 struct Matrix4d {
@@ -36,3 +38,5 @@ Matrix4d axisRotation(double radians, std::uint32_t axis);
 Matrix4d fromEngineMatrix(const SinewMatrix& matrix);
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

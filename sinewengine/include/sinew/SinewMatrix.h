@@ -4,7 +4,9 @@
 
 #include <sinew/SinewVector.h>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// Four rows of four floats, row-major, holding a rotation. The fourth row and lane are 0, the corner
 /// included: a translation is always a separate vector.
@@ -92,3 +94,5 @@ struct GlobalFrame {
 };
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

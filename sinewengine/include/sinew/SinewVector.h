@@ -6,7 +6,9 @@
 
 #include <cmath>
 
-namespace [[gnu::visibility("default")]] Sinew {
+#pragma GCC visibility push(default)
+
+namespace Sinew {
 
 /// A point or direction in lanes x, y, z; lane w is kept at 0 by the operations that say so.
 struct alignas(16) SinewVector {
@@ -154,3 +156,5 @@ SinewQuaternion shortestArc(SinewVector a, SinewVector b);
 float twistAngle(SinewQuaternion q, std::uint32_t i);
 
 } // namespace Sinew
+
+#pragma GCC visibility pop

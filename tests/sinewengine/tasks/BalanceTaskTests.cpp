@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// The balance task: centre of mass, moments, forces and the zero-moment point.
+#include "support/TestFigure.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace Sinew;
+using namespace support;
+
+/// A body with an arm to each side that stands on a root which doesn't move.
+TestFigure balancer()
+{
+    TestFigure figure;
+    figure.chain("leg", "", 4, 0.02f, 0.5f, 0.02f);
+    figure.chain("left", "leg3", 3, 0.5f, 0.1f, 0).chain("right", "leg3", 3, -0.5f, 0.1f, 0.02f);
+    figure.build();
+    figure->setTolerance(0);
+    return figure;
+}
+
+TEST(BalanceTask, BringsTheCentreOfMassToItsTarget)
+{
+    const TestFigure figure = balancer();
+    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
+    EXPECT_EQ(figure->balanceTask(), balance);
+    EXPECT_LT(length(Vec3(balance->getTarget()) - figure.inDouble().centreOfMass()), 1e-5);
+    const Vec3 target = figure.inDouble().centreOfMass() + Vec3(0.25, -0.1, 0.15);
+    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
+                       static_cast<float>(target.z));
+    figure->solve(3000);
+    EXPECT_LT(length(figure.inDouble().centreOfMass() - target), 5e-3);
+    EXPECT_LT(length(Vec3(*figure->centreOfMass()) - target), 5e-3);
+    // A second call reconfigures the same task and keeps its target.
+    EXPECT_EQ(figure->addBalanceTask(2, false, true), balance);
+    EXPECT_LT(length(Vec3(balance->getTarget()) - target), 1e-6);
+    EXPECT_EQ(balance->getGravityDirection().z(), 1.0f);
+}
+
+TEST(BalanceTask, MeasuresFromTheRootWhereAskedTo)
+{
+    const TestFigure figure = balancer();
+    figure["leg0"].setTranslation(10, 0, 0);
+    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
+    const Vec3 root = figure.point("leg0"),
+               target = figure.inDouble().centreOfMass() - root + Vec3(0.1, 0, 0.1);
+    balance->setRelativeToRoot(true);
+    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
+                       static_cast<float>(target.z));
+    figure->solve(3000);
+    EXPECT_LT(length(figure.inDouble().centreOfMass() - root - target), 5e-3);
+}
+
+TEST(BalanceTask, LeavesTheAxesAloneThatAreSwitchedOff)
+{
+    const auto run = [](float y) {
+        const TestFigure figure = balancer();
+        IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
+        const Vec3 at = figure.inDouble().centreOfMass();
+        balance->setActiveDof(true, false, true);
+        balance->setTarget(static_cast<float>(at.x) + 0.2f, y, static_cast<float>(at.z));
+        figure->solve(300);
+        return figure.pose();
+    };
+    EXPECT_EQ(run(0), run(1000));
+}
+
+TEST(BalanceTask, ReducesTheMomentOfWeightAndForces)
+{
+    TestFigure figure = balancer();
+    figure["leg1"].setOrientation(0.2f, 0, 0.2f, 1); // leaning
+    figure->updateFigure();
+    IKPositionTask* hand = figure->addPositionTask("left2");
+    hand->setPositionRows(false); // only carries
+    hand->setForceTask(true, false);
+    hand->setForce(0, -100, 0);
+    IKBalanceTask* balance = figure->addBalanceTask(1, true, false);
+    balance->setPrecision(1);
+    figure->setMomentsWeight(20);
+    figure->solve(0); // binds
+    SinewVector moment;
+    const double before = length(Vec3(balance->computeMoment(moment)));
+    // About the world origin: the weight at the centre of mass, the force at the hand.
+    const Vec3 expected = cross(figure.inDouble().centreOfMass(), Vec3(0, -9.81 * figure->totalMass(), 0))
+        + cross(figure.point("left2"), Vec3(0, -100, 0));
+    EXPECT_LT(length(Vec3(moment) - expected), 1e-2);
+    figure->solve(2000);
+    figure->updateFigure();
+    const double after = length(Vec3(balance->computeMoment(moment)));
+    EXPECT_LT(after, before / 5);
+}
+
+TEST(BalanceTask, BalancesAHeavyFigureLikeALightOne)
+{
+    const auto run = [](float mass) {
+        const TestFigure figure = balancer();
+        figure->setTotalMass(mass);
+        figure->setMomentsWeight(20);
+        figure->addBalanceTask(1, true, false);
+        figure["leg1"].setOrientation(0.2f, 0, 0.2f, 1);
+        figure->solve(60);
+        return figure.pose();
+    };
+    EXPECT_LT(poseDifference(run(80), run(4000)), 1e-4f);
+    EXPECT_GT(poseDifference(run(80), balancer().pose()), 0.1f);
+}
+
+TEST(BalanceTask, LetsReactionTasksCarryTheFigure)
+{
+    TestFigure figure = balancer();
+    IKPositionTask* left = figure->addPositionTask("left2");
+    IKPositionTask* right = figure->addPositionTask("right2");
+    IKPositionTask* load = figure->addPositionTask("leg2");
+    left->setForceTask(true, true);
+    left->setForceShare(0.25f);
+    left->setActiveDof(true, true, false);
+    right->setForceTask(true, true);
+    right->setForceShare(0.75f);
+    load->setForceTask(true, false);
+    load->setForce(0, -60, 0);
+    right->setTarget(-0.7f, 1.2f, 0.3f);
+    figure->addBalanceTask(1, true, true);
+    figure->solve(1);
+    const double weight = 9.81 * figure->totalMass() + 60;
+    EXPECT_NEAR(left->getForce().y(), weight * 0.25, 1e-2);
+    EXPECT_NEAR(right->getForce().y(), weight * 0.75, 1e-2);
+    // The first task with all its axes anchors the zero-moment point.
+    EXPECT_LT(length(Vec3(figure->zmp()) - Vec3(right->getTarget())), 1e-6);
+    figure->removeTask(right);
+    left->setActiveDof(true, true, true);
+    left->setForceShare(1);
+    figure->solve(1);
+    EXPECT_LT(length(Vec3(figure->zmp()) - Vec3(left->getTarget())), 1e-6);
+    figure->setZmp(1, 2, 3);
+    figure->solve(1);
+    EXPECT_LT(length(Vec3(figure->zmp()) - Vec3(1, 2, 3)), 1e-6);
+    figure->setUseDefaultZmp(true);
+    EXPECT_EQ(length(figure->zmp()), 0.0f);
+}
+
+TEST(BalanceTask, ReachesItsTargetWithTheFigureShiftedToTheZmp)
+{
+    const TestFigure figure = balancer();
+    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
+    figure->setZmp(3, -2, 1);
+    const Vec3 target = figure.inDouble().centreOfMass() + Vec3(0.2, -0.1, 0.1);
+    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
+                       static_cast<float>(target.z));
+    figure->solve(3000);
+    EXPECT_LT(length(figure.inDouble().centreOfMass() - target), 5e-3);
+    figure->updateFigure();
+    const Vec3 shown(figure["left2"].getGlobalPosition()); // world frames are relative to the point
+    EXPECT_LT(length(shown + Vec3(3, -2, 1) - figure.point("left2")), 1e-5);
+}
+
+TEST(BalanceTask, IsActiveOnlyWithRows)
+{
+    const TestFigure figure = balancer();
+    IKBalanceTask* balance = figure->addBalanceTask(1, false, false);
+    EXPECT_FALSE(balance->isActive());
+    balance->setActive(true, false);
+    EXPECT_FALSE(balance->isActive());
+    EXPECT_EQ(balance->getRowCount(), 0u);
+    SinewVector moment(1, 1, 1);
+    EXPECT_EQ(length(balance->computeMoment(moment)), 0.0f); // not bound yet
+    balance->setCentreOfMassRows(true);
+    EXPECT_TRUE(balance->isActive());
+    EXPECT_TRUE(balance->isBalanceTask());
+    figure->solve(2);
+    figure->removeBalanceTask();
+    EXPECT_EQ(figure->balanceTask(), nullptr);
+    EXPECT_TRUE(figure->solve(2));
+}
+
+} // namespace
