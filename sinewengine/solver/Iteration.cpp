@@ -18,18 +18,22 @@ namespace {
 
 constexpr std::uint32_t blocks(std::uint32_t count) { return (count + 3u) & ~3u; }
 
+/// NaN makes the sum NaN, so it doesn't count as zero.
 bool isAllZero(const float* v, std::uint32_t count)
 {
-    Lanes largest = zeroLanes();
-    bool ordered = true;
+    Lanes sum = zeroLanes();
     for (std::uint32_t i = 0; i < blocks(count); i += 4)
-        largest = laneMax(laneAbs(loadLanes(v + i)), largest);
-    // NaN lanes are passed over by the maximum: look at them one by one only where the rest is zero.
-    if (maxLane(largest) > 0.0f)
-        return false;
-    for (std::uint32_t i = 0; i < count; ++i)
-        ordered = ordered && v[i] == v[i];
-    return ordered;
+        sum += laneAbs(loadLanes(v + i));
+    return sumLanes(sum) == 0.0f;
+}
+
+/// NaN and infinity lose against any number in a maximum, so they are looked for apart.
+bool isFinite(const float* v, std::uint32_t count)
+{
+    Lanes sum = zeroLanes();
+    for (std::uint32_t i = 0; i < blocks(count); i += 4)
+        sum += loadLanes(v + i) - loadLanes(v + i);
+    return sumLanes(sum) == 0.0f;
 }
 
 float largestMagnitude(const float* v, std::uint32_t count)
@@ -220,7 +224,8 @@ bool IKSolverState::hasDiverged(float& errorSoFar) const
     const float error = maxLane(laneAbs(loadLanes(m_TaskError + ((m_Rows - 1) & ~3u))));
     if (error > errorSoFar)
         errorSoFar = error;
-    return dual / errorSoFar > 4.0f * m_FigureLength;
+    return dual / errorSoFar > 4.0f * m_FigureLength || !isFinite(m_PrimaryDual, m_Rows)
+        || !isFinite(m_SecondaryDual, m_Rows);
 }
 
 void IKSolverState::pullAfterStep(Segment& bone)

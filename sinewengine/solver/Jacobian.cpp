@@ -168,9 +168,13 @@ void Jacobian::listBlocks(std::uint32_t rowCount, bool exact)
             if (nonZeroCells(m_JacobianRows[r] + block))
                 m_RowBlocks[m_BlockCount + group.blockCount++] = block;
         for (std::uint32_t k = 0; k < group.rowCount; ++k)
-            for (std::uint32_t i = 0; i < group.blockCount; ++i)
-                m_BlockCells[m_BlockCount++] = static_cast<std::uint8_t>(
-                    nonZeroCells(m_JacobianRows[r + k] + m_RowBlocks[group.firstBlock + i]));
+            for (std::uint32_t i = 0; i < group.blockCount; ++i) {
+                const float* block = m_JacobianRows[r + k] + m_RowBlocks[group.firstBlock + i];
+                m_BlockCells[m_BlockCount++] = static_cast<std::uint8_t>(nonZeroCells(block));
+                // An old NaN in the tail counts as zero, and only the masks keep it out of the sums.
+                const Lanes v = loadLanes(block);
+                m_Exact = m_Exact && laneBits(laneAtMost(v, v)) == 15u;
+            }
         r += group.rowCount;
         m_Groups[m_GroupCount++] = group;
     }

@@ -84,8 +84,7 @@ void IKSolverState::updateMomentWeights()
         return;
     // A figure without mass has no moments to hold.
     const float perMass = m_TotalMass > 0.0f ? 80.0f / m_TotalMass : 0.0f;
-    const float w =
-        (square(perMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
+    const float w = (square(perMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
     for (std::uint32_t k = 1; k <= 3; ++k)
         m_RowWeights[m_RowCapacity - k] = w;
 }

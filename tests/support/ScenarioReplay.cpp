@@ -6,7 +6,9 @@
 
 #include <sinew/IKSolver.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <deque>
 #include <functional>
 #include <map>
@@ -261,14 +263,18 @@ public:
             d.projection_axis = b.value("projection_axis", 2u);
             d.rotation_axis = b.value("rotation_axis", 2u);
             d.enforce_limits = b.contains("enforce_limits") && Argument<bool>(b["enforce_limits"]).get();
-            const auto fill = [&](const char* field, float* to, std::size_t count) {
-                for (std::size_t i = 0; b.contains(field) && i < count; ++i)
-                    to[i] = b[field][i].get<float>();
+            // The record is packed: its arrays are filled through copies, as they may lie at odd addresses.
+            const auto fill = [&]<std::size_t N>(const char* field, void* to, const float(&defaults)[N]) {
+                float values[N];
+                std::copy(defaults, defaults + N, values);
+                for (std::size_t k = 0; b.contains(field) && k < N; ++k)
+                    values[k] = b[field][k].template get<float>();
+                std::memcpy(to, values, sizeof values);
             };
-            fill("rest_translation", d.rest_translation, 3);
-            fill("rest_orientation_wxyz", d.rest_orientation, 4);
-            fill("free_axis", d.free_axis, 3);
-            fill("limits", &d.limits[0][0], 8);
+            fill("rest_translation", &d.rest_translation, {0, 0, 0});
+            fill("rest_orientation_wxyz", &d.rest_orientation, {1, 0, 0, 0});
+            fill("free_axis", &d.free_axis, {0, 0, 0});
+            fill("limits", &d.limits, {-1, 1, -1, 1, -1, 1, -180, 180});
             descriptors.push_back(d);
         }
         m_Solver.setBones(descriptors.data(), static_cast<std::uint32_t>(descriptors.size()));
