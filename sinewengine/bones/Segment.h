@@ -168,6 +168,8 @@ public:
     /// Whether a pass of `applyLimits` can have any effect: lets the solver leave the call out.
     bool wantsLimitPass() const { return m_LimitsEnabled || (m_Translational && m_StretchLimitsEnabled); }
     bool wantsStretchPass() const { return m_Translational && m_StretchLimitsEnabled; }
+    /// Whether any pull acts on the bone.
+    bool isPulled() const { return m_Retargeting || m_FullRetargeting || wantsLimitPass(); }
 
     void setSubtreeMass(float mass, float total);
     float subtreeMass() const { return m_SubtreeMass; }

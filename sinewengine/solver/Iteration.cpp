@@ -254,7 +254,8 @@ void IKSolverState::advanceBones()
         for (std::uint32_t k = 0; k < count; ++k) {
             if (count < 4)
                 waiting[k]->integrate();
-            pullAfterStep(*waiting[k]);
+            if (waiting[k]->isPulled())
+                pullAfterStep(*waiting[k]);
         }
         count = 0;
     };
@@ -269,7 +270,8 @@ void IKSolverState::advanceBones()
         }
         flush();
         bone->integrate();
-        pullAfterStep(*bone);
+        if (bone->isPulled())
+            pullAfterStep(*bone);
     }
     flush();
     m_FramesCurrent = false;

@@ -92,7 +92,9 @@ SinewVector PositionTask::evaluateError()
         return frame.position;
     }
     m_Binding.solver->raiseReach(m_OffsetLength + m_Segment->chainLength());
-    SinewVector point = frame.position + rotate(frame.rotation, m_Offset);
+    SinewVector point = frame.position;
+    if (m_OffsetLength != 0.0f)
+        point = point + rotate(frame.rotation, m_Offset);
     if (!m_FastPath)
         point += m_Binding.solver->balanceOffset();
     if (m_PlaneTarget) {

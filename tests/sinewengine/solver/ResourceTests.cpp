@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Memory and threads: solves allocate nothing, bones are small, solvers don't know of each other.
+// Memory: solves allocate nothing, bones are small, solvers don't know of each other.
 #include "Works.h"
 #include "solver/IKSolverState.h"
 #include "support/AllocationCount.h"
 
 #include <gtest/gtest.h>
 
-#include <thread>
 
 namespace {
 
@@ -63,26 +62,6 @@ TEST(Memory, IsAtMostFourKibibytesPerBoneBesideTheJacobian)
         ASSERT_GT(used, jacobian);
         EXPECT_LE((used - jacobian) / scene.solver->boneCount(), 4096u) << work.name;
     }
-}
-
-TEST(Threads, GiveTheBitsOfOneAfterTheOther)
-{
-    const auto hashes = [] {
-        std::vector<std::uint64_t> result;
-        for (const bench::Work& work : bench::hashedWorks())
-            if (work.name != "W4-256" && work.name != "W3")
-                result.push_back(bench::run(sceneOf(work, 3)).hash);
-        return result;
-    };
-    const std::vector<std::uint64_t> expected = hashes();
-    std::vector<std::vector<std::uint64_t>> got(8);
-    std::vector<std::thread> threads;
-    for (std::vector<std::uint64_t>& slot : got)
-        threads.emplace_back([&slot, &hashes] { slot = hashes(); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const std::vector<std::uint64_t>& slot : got)
-        EXPECT_EQ(slot, expected);
 }
 
 } // namespace
