@@ -16,6 +16,12 @@ T* allocateArray(std::size_t count)
     return static_cast<T*>(alignedAlloc(count * sizeof(T), kEngineAlignment));
 }
 
+/// A bit for each cell of a block that is below or above 0; padding columns are 0.
+unsigned nonZeroCells(const float* block)
+{
+    return laneBits(laneLess(zeroLanes(), laneAbs(loadLanes(block))));
+}
+
 /// A block of the matrix, with the cells that were not in the pattern as zero.
 template <bool Exact>
 SINEW_KIT Lanes cells(const float* row, std::uint32_t column, unsigned pattern)
@@ -27,78 +33,55 @@ SINEW_KIT Lanes cells(const float* row, std::uint32_t column, unsigned pattern)
         return keepBits(v, maskFromBits(pattern));
 }
 
-template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTimes(const float* const* rows, const std::uint32_t* blocks, const std::uint8_t* patterns,
-                          std::uint32_t count, const float* a, float* outA)
-{
-    Lanes sum[N];
-    for (std::uint32_t k = 0; k < N; ++k)
-        sum[k] = zeroLanes();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const Lanes x = loadLanes(a + blocks[i]);
-        for (std::uint32_t k = 0; k < N; ++k)
-            sum[k] += cells<Exact>(rows[k], blocks[i], patterns[k * count + i]) * x;
-    }
-    for (std::uint32_t k = 0; k < N; ++k)
-        outA[k] = sumLanes(sum[k]);
-}
+/// N rows with equal block lists, and what was in the pattern of each of their blocks.
+struct RowsInStep {
+    const float* const* rows;
+    const std::uint32_t* blocks;
+    const std::uint8_t* patterns;
+    std::uint32_t count;
+};
 
-template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTimesTwo(const float* const* rows, const std::uint32_t* blocks,
-                             const std::uint8_t* patterns, std::uint32_t count, const float* a,
-                             const float* b, float* outA, float* outB)
+/// Dots each of N rows with each of V vectors.
+template <std::uint32_t N, std::uint32_t V, bool Exact>
+SINEW_KIT void dotRows(const RowsInStep& g, const float* const (&x)[V], float* const (&out)[V])
 {
-    Lanes sumA[N], sumB[N];
-    for (std::uint32_t k = 0; k < N; ++k)
-        sumA[k] = sumB[k] = zeroLanes();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const Lanes x = loadLanes(a + blocks[i]), y = loadLanes(b + blocks[i]);
+    Lanes sums[V][N];
+    for (auto& sum : sums)
+        for (Lanes& s : sum)
+            s = zeroLanes();
+    for (std::uint32_t i = 0; i < g.count; ++i) {
+        const std::uint32_t block = g.blocks[i];
         for (std::uint32_t k = 0; k < N; ++k) {
-            const Lanes j = cells<Exact>(rows[k], blocks[i], patterns[k * count + i]);
-            sumA[k] += j * x;
-            sumB[k] += j * y;
+            const Lanes j = cells<Exact>(g.rows[k], block, g.patterns[k * g.count + i]);
+            for (std::uint32_t v = 0; v < V; ++v)
+                sums[v][k] += j * loadLanes(x[v] + block);
         }
     }
-    for (std::uint32_t k = 0; k < N; ++k) {
-        outA[k] = sumLanes(sumA[k]);
-        outB[k] = sumLanes(sumB[k]);
-    }
-}
-
-template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTransposed(const float* const* rows, const std::uint32_t* blocks,
-                               const std::uint8_t* patterns, std::uint32_t count, const float* a, float* outA)
-{
-    Lanes x[N];
-    for (std::uint32_t k = 0; k < N; ++k)
-        x[k] = splat(a[k]);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        Lanes sum = loadLanes(outA + blocks[i]);
+    for (std::uint32_t v = 0; v < V; ++v)
         for (std::uint32_t k = 0; k < N; ++k)
-            sum += cells<Exact>(rows[k], blocks[i], patterns[k * count + i]) * x[k];
-        storeLanes(outA + blocks[i], sum);
-    }
+            out[v][k] = sumLanes(sums[v][k]);
 }
 
-template <std::uint32_t N, bool Exact>
-SINEW_KIT void groupTransposedTwo(const float* const* rows, const std::uint32_t* blocks,
-                                  const std::uint8_t* patterns, std::uint32_t count, const float* a,
-                                  const float* b, float* outA, float* outB)
+/// Adds each of N rows, scaled by its entry of each of V vectors, to the columns.
+template <std::uint32_t N, std::uint32_t V, bool Exact>
+SINEW_KIT void addRows(const RowsInStep& g, const float* const (&x)[V], float* const (&out)[V])
 {
-    Lanes x[N], y[N];
-    for (std::uint32_t k = 0; k < N; ++k) {
-        x[k] = splat(a[k]);
-        y[k] = splat(b[k]);
-    }
-    for (std::uint32_t i = 0; i < count; ++i) {
-        Lanes sumA = loadLanes(outA + blocks[i]), sumB = loadLanes(outB + blocks[i]);
+    Lanes scales[V][N];
+    for (std::uint32_t v = 0; v < V; ++v)
+        for (std::uint32_t k = 0; k < N; ++k)
+            scales[v][k] = splat(x[v][k]);
+    for (std::uint32_t i = 0; i < g.count; ++i) {
+        const std::uint32_t block = g.blocks[i];
+        Lanes sums[V];
+        for (std::uint32_t v = 0; v < V; ++v)
+            sums[v] = loadLanes(out[v] + block);
         for (std::uint32_t k = 0; k < N; ++k) {
-            const Lanes j = cells<Exact>(rows[k], blocks[i], patterns[k * count + i]);
-            sumA += j * x[k];
-            sumB += j * y[k];
+            const Lanes j = cells<Exact>(g.rows[k], block, g.patterns[k * g.count + i]);
+            for (std::uint32_t v = 0; v < V; ++v)
+                sums[v] += j * scales[v][k];
         }
-        storeLanes(outA + blocks[i], sumA);
-        storeLanes(outB + blocks[i], sumB);
+        for (std::uint32_t v = 0; v < V; ++v)
+            storeLanes(out[v] + block, sums[v]);
     }
 }
 
@@ -142,12 +125,6 @@ void Jacobian::clearForPattern()
     std::memset(m_Jacobian, 0, std::size_t{m_RowCapacity} * m_ColumnCapacity * sizeof(float));
 }
 
-/// A bit for each cell of a block that is below or above 0; padding columns are 0.
-static unsigned nonZeroCells(const float* block)
-{
-    return laneBits(laneLess(zeroLanes(), laneAbs(loadLanes(block))));
-}
-
 void Jacobian::listBlocks(std::uint32_t rowCount, bool exact)
 {
     m_Exact = exact;
@@ -180,18 +157,21 @@ void Jacobian::listBlocks(std::uint32_t rowCount, bool exact)
     }
 }
 
-/// Calls visit.operator()<rows of the group, exact>(group) so that the inner loops have constant bounds.
+/// Calls visit.operator()<rows of the group, exact>(rows, first row), so that the inner loops have constant
+/// bounds.
 template <class Visit>
 void Jacobian::forEachGroup(Visit visit) const
 {
     const auto walk = [&]<bool Exact>() {
-        for (const RowGroup *group = m_Groups, *end = m_Groups + m_GroupCount; group != end; ++group) {
-            if (group->rowCount == 3)
-                visit.template operator()<3, Exact>(*group);
-            else if (group->rowCount == 2)
-                visit.template operator()<2, Exact>(*group);
+        for (const RowGroup *g = m_Groups, *end = m_Groups + m_GroupCount; g != end; ++g) {
+            const RowsInStep rows{m_JacobianRows + g->firstRow, m_RowBlocks + g->firstBlock,
+                                  m_BlockCells + g->firstBlock, g->blockCount};
+            if (g->rowCount == 3)
+                visit.template operator()<3, Exact>(rows, g->firstRow);
+            else if (g->rowCount == 2)
+                visit.template operator()<2, Exact>(rows, g->firstRow);
             else
-                visit.template operator()<1, Exact>(*group);
+                visit.template operator()<1, Exact>(rows, g->firstRow);
         }
     };
     if (m_Exact)
@@ -202,35 +182,29 @@ void Jacobian::forEachGroup(Visit visit) const
 
 void Jacobian::multiply(const float* x, float* out) const
 {
-    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
-        groupTimes<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                             m_BlockCells + g.firstBlock, g.blockCount, x, out + g.firstRow);
+    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowsInStep& rows, std::uint32_t first) {
+        dotRows<N, 1, Exact>(rows, {x}, {out + first});
     });
 }
 
 void Jacobian::multiplyTwo(const float* a, const float* b, float* outA, float* outB) const
 {
-    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
-        groupTimesTwo<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                m_BlockCells + g.firstBlock, g.blockCount, a, b, outA + g.firstRow,
-                                outB + g.firstRow);
+    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowsInStep& rows, std::uint32_t first) {
+        dotRows<N, 2, Exact>(rows, {a, b}, {outA + first, outB + first});
     });
 }
 
 void Jacobian::addTransposed(const float* x, float* out) const
 {
-    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
-        groupTransposed<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                  m_BlockCells + g.firstBlock, g.blockCount, x + g.firstRow, out);
+    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowsInStep& rows, std::uint32_t first) {
+        addRows<N, 1, Exact>(rows, {x + first}, {out});
     });
 }
 
 void Jacobian::addTransposedTwo(const float* a, const float* b, float* outA, float* outB) const
 {
-    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowGroup& g) {
-        groupTransposedTwo<N, Exact>(m_JacobianRows + g.firstRow, m_RowBlocks + g.firstBlock,
-                                     m_BlockCells + g.firstBlock, g.blockCount, a + g.firstRow,
-                                     b + g.firstRow, outA, outB);
+    forEachGroup([&]<std::uint32_t N, bool Exact>(const RowsInStep& rows, std::uint32_t first) {
+        addRows<N, 2, Exact>(rows, {a + first, b + first}, {outA, outB});
     });
 }
 
