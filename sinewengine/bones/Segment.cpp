@@ -5,6 +5,8 @@
 #include "bones/StepRotation.h"
 #include "solver/IKSolverState.h"
 
+#include <initializer_list>
+
 namespace Sinew {
 
 namespace {
@@ -247,11 +249,10 @@ SinewVector& Segment::getAxis(SinewVector& out, std::uint32_t i)
 
 void Segment::scale(float factor)
 {
-    m_Translation *= factor;
-    m_BoneVector *= factor;
-    m_RestBoneVector *= factor;
-    m_World.position *= factor;
-    m_MassCentre *= factor;
+    // New values rather than in place: an infinite factor must not leave NaN in lane w.
+    for (SinewVector* v :
+         {&m_Translation, &m_BoneVector, &m_RestBoneVector, &m_World.position, &m_MassCentre})
+        *v = *v * factor;
     m_Length *= factor;
     if (m_Solver)
         m_Solver->requestMeasure();

@@ -190,7 +190,6 @@ private:
     void noteLayoutChange();
     void refreshPlainRotations();
     void stretchBy(SinewVector step);
-    void pull(SinewQuaternion target, float gain);
     bool isBelow(const Segment* other) const;
 
     // Touched in every iteration: three cache lines.

@@ -57,7 +57,7 @@ void IKSolverState::requestMeasure()
 /// Masses in proportion to bone lengths; 0 for a figure without length.
 void IKSolverState::distributeMass()
 {
-    const float density = m_TotalBoneLength > 0.0f ? m_TotalMass / m_TotalBoneLength : 0.0f;
+    const float density = m_TotalBoneLength != 0.0f ? m_TotalMass / m_TotalBoneLength : 0.0f;
     for (std::uint32_t i = 0; i < m_SegmentCount; ++i)
         m_Bones[i].m_Mass = (2.0f * length(m_Bones[i].getMassCentre())) * density;
     m_MassesDirty = true;
@@ -151,7 +151,7 @@ void IKSolverState::rescaleFigure(float factor)
         task->scaleTarget(factor);
     for (std::uint32_t i = 0; i < m_SegmentCount; ++i)
         m_Bones[i].scale(factor);
-    m_FigureFrame.position *= factor;
+    m_FigureFrame.position = m_FigureFrame.position * factor;
     if (m_BalanceTask)
         m_BalanceTask->scaleCentreTarget(factor);
 }

@@ -240,6 +240,16 @@ void IKSolverState::refreshOrder()
     m_OrderDirty = false;
 }
 
+void IKSolverState::noteTreeChanged()
+{
+    m_OrderDirty = true;
+    m_Jacobian.keepToPattern();
+    // The forward passes of the iteration leave mass centres out; a bone that leaves the root's tree now
+    // would keep an old one for good.
+    for (std::uint32_t i = 0; m_ArraysAllocated && i < m_SegmentCount; ++i)
+        m_Bones[i].placeMassCentre();
+}
+
 void IKSolverState::ensureFrames()
 {
     if (m_FramesCurrent)

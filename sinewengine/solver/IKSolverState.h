@@ -71,11 +71,7 @@ public:
     void requireSetup() { m_SetupDirty = m_LayoutDirty = true; }
     /// A link changed, or freedoms changed without a new layout: tasks may now write cells outside the
     /// pattern, which count as zero until it is built again.
-    void noteTreeChanged()
-    {
-        m_OrderDirty = true;
-        m_Jacobian.keepToPattern();
-    }
+    void noteTreeChanged();
     void noteFlagsChanged()
     {
         m_PatternExact = false;

@@ -83,7 +83,7 @@ void IKSolverState::updateMomentWeights()
     if (!m_BalanceTask || !m_BalanceTask->momentRows() || !m_RowWeights || m_RowCapacity < 3)
         return;
     // A figure without mass has no moments to hold.
-    const float perMass = m_TotalMass > 0.0f ? 80.0f / m_TotalMass : 0.0f;
+    const float perMass = m_TotalMass != 0.0f ? 80.0f / m_TotalMass : 0.0f;
     const float w = (square(perMass) * m_MomentsWeight) * (square(13.428402f / scaleHeight()) * 2e-9f);
     for (std::uint32_t k = 1; k <= 3; ++k)
         m_RowWeights[m_RowCapacity - k] = w;
@@ -122,7 +122,8 @@ void IKSolverState::updateScaleConstants()
 /// Lets row weights follow when a task reaches more than twice as far as the figure is high.
 void IKSolverState::adaptToReach()
 {
-    if (m_ReachEstimate == 0.0f || !(std::fabs(m_ReachEstimate - m_FigureHeight) > m_FigureHeight))
+    const float height = scaleHeight();
+    if (m_ReachEstimate == 0.0f || !(std::fabs(m_ReachEstimate - height) > height))
         return;
     m_FigureHeight = m_ReachEstimate;
     updateScaleConstants();
@@ -138,8 +139,9 @@ void IKSolverState::adaptToReach()
 /// Whether no cell that is zero in the marked pattern can be written before the pattern is built again.
 bool IKSolverState::isPatternExact() const
 {
-    // Masses may change under an active balance task, which then writes columns that it didn't mark.
-    if (!m_PatternExact || (m_BalanceTask && m_BalanceTask->isActive()))
+    // Masses may change under a balance task, which then writes columns that it didn't mark, and tasks may
+    // add their forces to its rows.
+    if (!m_PatternExact || m_BalanceTask)
         return false;
     // A root that translates on some axes only writes all three on the fast path.
     std::uint32_t translations = 0;
@@ -147,9 +149,10 @@ bool IKSolverState::isPatternExact() const
         translations += m_RootBone->isDofActive(i);
     if (translations == 1 || translations == 2)
         return false;
-    // Rows of inactive axes are filled as well, and may carry old marks.
+    // Rows of inactive axes and of tasks without position rows are filled as well, and may carry old marks.
     for (const Task* task : m_Tasks)
-        if (task->getActiveDofCount() != task->getRowCount())
+        if (task->getActiveDofCount() != task->getRowCount()
+            || (!task->isPositionTask() && !task->isOrientationTask()))
             return false;
     return true;
 }

@@ -47,7 +47,7 @@ public:
     void clearErrorRows(std::uint32_t rows);
     /// Forgets the solver's tasks until the next `bind`.
     void dropTaskTable() { m_TaskTable = nullptr; }
-    void scaleCentreTarget(float factor) { m_Target *= factor; }
+    void scaleCentreTarget(float factor) { m_Target = m_Target * factor; }
 
 private:
     void publishMoments();

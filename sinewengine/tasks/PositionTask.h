@@ -20,7 +20,7 @@ public:
         if (target)
             m_Target.set(target[0], target[1], target[2]);
     }
-    void scaleTarget(float factor) override { m_Target *= factor; }
+    void scaleTarget(float factor) override { m_Target = m_Target * factor; }
 
     void setTarget(float x, float y, float z) override { m_Target.set(x, y, z); }
     void setTarget(const SinewVector& target) override { m_Target.lanes = clearW(target.lanes); }

@@ -35,7 +35,7 @@ public:
     /// The task only swings the plane of parent, bone and first child towards the target.
     virtual void setPoleVector(bool on) = 0;
     virtual bool getPoleVector() const = 0;
-    /// The target is ignored; a plane keeps the point from passing through.
+    /// The target is ignored; a plane keeps the point from passing through. No effect in plane target mode.
     virtual void setPlaneConstraint(bool on) = 0;
     virtual bool getPlaneConstraint() const = 0;
     /// The target is pushed out of the plane.

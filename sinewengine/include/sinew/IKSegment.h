@@ -12,10 +12,10 @@ namespace Sinew {
 class IKSolverState;
 
 /// One bone of a figure. Owned by its solver; the pointer stays valid until the solver is destroyed.
-/// References returned by getters stay valid until the bone's next change. An `axis` is 0 x, 1 y, 2 z unless
-/// told otherwise. Rotations are active quaternions (x, y, z, w); angles are radians unless told otherwise.
-/// A zero or non-finite quaternion for the pose or the rest pose and a zero axis are ignored: the old value
-/// stays.
+/// References returned by getters stay valid until the bone's next change or the next call of a getter: those
+/// of orientations share one place. An `axis` is 0 x, 1 y, 2 z unless told otherwise. Rotations are active
+/// quaternions (x, y, z, w); angles are radians unless told otherwise. A zero or non-finite quaternion for
+/// the pose or the rest pose and a zero axis are ignored: the old value stays.
 class IKSegment {
 public:
     virtual ~IKSegment() = default;

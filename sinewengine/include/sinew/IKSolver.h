@@ -50,9 +50,9 @@ public:
     /// Gives entry i, three floats, to task i in order of adding. A null entry leaves its task alone.
     void setTaskTargets(const float* const* targets);
     /// poses[0] is a table by bone index of four floats w, x, y, z each: the target orientations of the bones
-    /// that retarget. With a count of 2 to 5 the tables are kept and not used.
+    /// that retarget. With a count of 2 or more the first five tables are kept and not used.
     void setRetargetPose(const float* const* const* poses, std::uint32_t count);
-    /// Multiplies the figure's lengths and the tasks' targets.
+    /// Multiplies the figure's current lengths and the tasks' targets; rest translations keep their values.
     void rescaleFigure(float factor);
     bool limitsWithRetargeting() const;
     /// Lets limit pulls act on bones that retarget as well.
@@ -99,7 +99,8 @@ public:
     /// Stored and reported only.
     void setEnableRootTarget(bool on);
     float rootTranslationWeight() const;
-    /// Weight of the root's three translations.
+    /// Weight of the root's three translations, kept in the root bone; the getter reports a further
+    /// factor, 1.
     void setRootTranslationWeight(float weight);
     /// The root bone's local translation; null without a root bone.
     SinewVector* rootTranslation();
@@ -108,27 +109,31 @@ public:
     void setTranslateRoot(bool on);
     /// Has the next solve measure the figure again.
     void requestMeasure();
-    /// Returns all bones to rest and clears the duals.
+    /// Returns the bones to rest and restarts the duals; before the first solve there is nothing to return.
     void reset();
     /// Lays out rows and columns anew; `solve` calls it when needed. False when there is nothing to solve.
     bool prepare();
     /// Writes the whole set-up as text to a file, for a person to read. A path that can't be opened is
     /// ignored.
     void dumpConfiguration(const char* path);
-    /// Searches the largest P coefficient that doesn't diverge. `status` becomes 0 (result false: the given
-    /// one works), 1 (result true: a smaller one was found and set) or 2 (result false: none was found).
+    /// Searches the largest P coefficient that doesn't diverge, each time from rest. `status` becomes 0
+    /// (result false: the given one works), 1 (result true: a smaller one was found and set) or 2 (result
+    /// false: none was found).
     bool solveAdaptive(std::uint32_t steps, int& status);
     bool solveAdaptive(std::uint32_t steps, int* status);
+    bool solveAdaptive(std::uint32_t steps, std::uint32_t& status);
+    bool solveAdaptive(std::uint32_t steps, std::uint32_t* status);
     /// Iterates up to `steps` times from the current pose. False when the iteration diverged; the pose is
     /// then whatever the last iteration gave.
     bool solve(std::uint32_t steps);
     std::uint32_t taskCount() const;
     void removeBalanceTask();
-    /// Destroys a task of this solver; other pointers are ignored.
+    /// Destroys a task of this solver. Null and tasks of other solvers are ignored.
     void removeTask(IKTask* task);
     /// The balance task, or null.
     IKBalanceTask* balanceTask() const;
-    /// Makes the balance task, or reconfigures the one there is. `axis` is the up axis; `depth` is only kept.
+    /// Makes the balance task, or reconfigures the one there is; null without bones. `axis` is the up axis;
+    /// `depth` is only kept.
     IKBalanceTask* addBalanceTask(std::uint32_t axis, bool moments, bool centreOfMass,
                                   std::uint32_t depth = 0);
     /// Makes `task` follow `other`, or with `on` false no task. Only an orientation task works as a follower.

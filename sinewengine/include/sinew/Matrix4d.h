@@ -32,7 +32,7 @@ struct Matrix4d {
 Matrix4d product(const Matrix4d& a, const Matrix4d& b);
 /// Rotation by `degrees` about a unit axis.
 Matrix4d rotation(double degrees, double x, double y, double z);
-/// Rotation by `radians` about axis 0 x, 1 y or 2 z.
+/// Rotation by `radians`, in the opposite sense of `rotation`, about axis 0 x, 1 y or 2 z.
 Matrix4d axisRotation(double radians, std::uint32_t axis);
 /// Upper-left block from a `SinewMatrix`, transposed and widened; the rest is identity.
 Matrix4d fromEngineMatrix(const SinewMatrix& matrix);
