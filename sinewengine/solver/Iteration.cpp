@@ -48,6 +48,9 @@ float largestMagnitude(const float* v, std::uint32_t count)
 
 bool IKSolverState::solve(std::uint32_t steps)
 {
+    // Duals that a non-finite target has spoilt never recover by themselves: start them anew.
+    if (m_ArraysAllocated && !(isFinite(m_PrimaryDual, m_Rows) && isFinite(m_SecondaryDual, m_Rows)))
+        m_SetupDirty = true;
     if (m_SetupDirty || m_LayoutDirty)
         prepare();
     if (!m_RootBone || !m_ArraysAllocated)

@@ -70,6 +70,7 @@ void summarise(TrackReport& report, const GoalSamples& samples)
     for (std::size_t i = 0; i < report.frames.size(); ++i) {
         seconds.push_back(report.frames[i].seconds);
         iterations.push_back(static_cast<float>(report.frames[i].iterations));
+        report.outOfSteps += report.frames[i].iterations >= report.steps;
         if (!report.frames[i].diverged)
             continue;
         const std::size_t frame = report.firstFrame + i;

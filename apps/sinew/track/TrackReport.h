@@ -77,6 +77,7 @@ struct TrackReport {
     std::string worstGoal; ///< joint of the worst distance
     Spread solveSeconds;
     Spread iterations;
+    std::size_t outOfSteps = 0; ///< frames whose solve used all its steps
     std::vector<FrameReport> frames;
     StepReport sourceStep, solvedStep;
     std::vector<std::pair<std::size_t, std::size_t>> diverged; ///< ranges of frames, both ends included

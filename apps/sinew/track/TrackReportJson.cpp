@@ -97,6 +97,7 @@ Json trackReportJson(const TrackReport& report)
          {{"source", stepJson(report, report.sourceStep)}, {"solved", stepJson(report, report.solvedStep)}}},
         {"solve_seconds", std::move(solve)},
         {"iterations", spreadJson(report.iterations)},
+        {"frames_out_of_steps", report.outOfSteps},
         {"diverged", {{"count", report.divergedCount}, {"ranges", std::move(diverged)}}},
         {"time",
          {{"read", report.readSeconds},

@@ -94,6 +94,9 @@ std::string trackReportText(const TrackReport& report)
     text += fmt::format("           {:.0f} iterations a frame (p95 {:.0f}, worst {:.0f} in frame {})\n",
                         report.iterations.mean, report.iterations.p95, report.iterations.worst,
                         report.iterations.worstFrame);
+    if (report.outOfSteps > 0)
+        text += fmt::format("           {} of {} frames ran out of steps; --steps gives them more\n",
+                            report.outOfSteps, count);
     text += report.divergedCount == 0 ? "  diverged no frame\n"
                                       : fmt::format("  diverged {} of {} frames: {}\n", report.divergedCount,
                                                     count, rangesText(report.diverged, 8));
