@@ -148,8 +148,6 @@ public:
     /// Rotation matrix of the world frame in column-vector form: row k, lane a is component k of local axis
     /// a.
     const SinewVector* worldAxes() const { return m_WorldAxes; }
-    /// Column `m_FirstColumn` and the next two are the three rotations, and no flag contradicts the layout.
-    bool hasPlainRotations() const { return m_PlainRotations; }
     bool flagsMatchColumns() const;
 
     /// Applies one iteration's step, with the velocity bound on its rotation.
@@ -172,7 +170,6 @@ public:
     bool isPulled() const { return m_Retargeting || m_FullRetargeting || wantsLimitPass(); }
 
     void setSubtreeMass(float mass, float total);
-    float subtreeMass() const { return m_SubtreeMass; }
     /// Centre of mass of the subtree from the frames of the last forward pass.
     void computeSubtreeCentre();
     /// Stretch ratio and scale of this bone and all below it.
