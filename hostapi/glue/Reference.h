@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+// Holding objects of the other side: one reference, released when the holder goes or is bound anew.
+#pragma once
+
+#include "Result.h"
+
+#include <utility>
+
+/// One reference to an object, or none.
+class CZxObject {
+public:
+    CZxObject() = default;
+    CZxObject(const CZxObject& other) : m_Object(other.m_Object)
+    {
+        if (m_Object)
+            m_Object->table->addRef(m_Object);
+    }
+    CZxObject(CZxObject&& other) noexcept : m_Object(std::exchange(other.m_Object, nullptr)) { }
+    CZxObject& operator=(CZxObject other) noexcept
+    {
+        std::swap(m_Object, other.m_Object);
+        return *this;
+    }
+    ~CZxObject() { clear(); }
+
+    /// Takes over a reference that someone handed out; null makes the holder empty.
+    void adopt(ZxObject* object)
+    {
+        ZxObject* old = std::exchange(m_Object, object);
+        if (old)
+            old->table->release(old);
+    }
+    /// Adds a reference of its own to an object that stays someone else's.
+    void share(ZxObject* object)
+    {
+        if (object)
+            object->table->addRef(object);
+        adopt(object);
+    }
+    void clear() { adopt(nullptr); }
+    /// Gives the reference away; the holder is empty afterwards.
+    ZxObject* detach() { return std::exchange(m_Object, nullptr); }
+
+    ZxObject* object() const { return m_Object; }
+    explicit operator bool() const { return m_Object != nullptr; }
+
+private:
+    ZxObject* m_Object = nullptr;
+};
+
+/// A reference to an object seen through one interface.
+class CZxLocalizedObject : public CZxObject {
+public:
+    /// Asks any object for an interface; the holder is empty when the object has none such, or is null.
+    zxresult query(ZxObject* from, const ZxId& id)
+    {
+        clear();
+        if (!from)
+            return kZxFailure;
+        ZxObject* found = nullptr;
+        const zxresult result = from->table->query(from, &id, &found);
+        adopt(failed(result) ? nullptr : found);
+        return result;
+    }
+};
+
+/// The same with the interface's table known, and the forwarding call.
+template <class Table>
+class CZxLocalize : public CZxLocalizedObject {
+public:
+    /// Calls a slot; kZxFailure when the holder is empty.
+    template <auto Slot, class... A>
+    zxresult call(A... arguments) const
+    {
+        if (!object())
+            return kZxFailure;
+        return (reinterpret_cast<const Table*>(object()->table)->*Slot)(object(), arguments...);
+    }
+    /// Calls a slot that hands out an object, and takes over its reference; empty when the call fails.
+    template <auto Slot, class Wrapper, class... A>
+    Wrapper fetch(A... arguments) const
+    {
+        ZxObject* found = nullptr;
+        Wrapper wrapper;
+        if (succeeded(call<Slot>(arguments..., &found)))
+            wrapper.adopt(found);
+        return wrapper;
+    }
+};

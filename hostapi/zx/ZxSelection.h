@@ -1,0 +1,40 @@
+/* SPDX-License-Identifier: MIT
+ * Selection: what the user works on, and the current time. */
+#ifndef SINEW_ZX_SELECTION_H
+#define SINEW_ZX_SELECTION_H
+
+#include "ZxTypes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+static const ZxId kZxIdSelectionService = {0x7fc7b47e5f8faf6dull, 0xde9a84512bc33322ull};
+
+/** Packets of selection types, in order of selection. Types: "item" for items, "cinema" for scenes. */
+typedef struct ZxSelectionServiceTable {
+    ZxObjectOps object;
+    /** [any] Current time in seconds. */
+    zxresult (*currentTime)(ZxObject* self, double* seconds);
+    /** [any] Code of a selection type by name; kZxNotFound for an unknown name. */
+    zxresult (*typeCode)(ZxObject* self, const char* name, uint32_t* code);
+    /** [any] Packet of the type that was selected last; kZxNotFound if nothing is selected. The caller
+     * releases it. */
+    zxresult (*recent)(ZxObject* self, uint32_t typeCode, ZxObject** packet);
+} ZxSelectionServiceTable;
+
+static const ZxId kZxIdScenePacketTranslation = {0xbd8d97ffc1386b0dull, 0xad72485ec9388ec7ull};
+
+/** Turns packets of the type "cinema" into scenes. */
+typedef struct ZxScenePacketTranslationTable {
+    ZxObjectOps object;
+    /** [any] Scene of the packet; kZxInvalidArgument if the packet stands for something else. The caller
+     * releases it. */
+    zxresult (*scene)(ZxObject* self, ZxObject* packet, ZxObject** scene);
+} ZxScenePacketTranslationTable;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
