@@ -3,7 +3,9 @@
 #include "CommandLine.h"
 
 #include "bench/BenchCommand.h"
+#include "check/CheckCommand.h"
 #include "info/InfoCommand.h"
+#include "run/RunCommand.h"
 #include "shared/Console.h"
 #include "track/TrackCommand.h"
 
@@ -140,8 +142,60 @@ void addBench(CLI::App& program, Action& action)
     command->callback([options, &action] { action = [options] { return runBench(*options); }; });
 }
 
+void addCheck(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<CheckOptions>();
+    CLI::App* command =
+        program.add_subcommand("check", "Checks whether a built module keeps the contract with its host.");
+    command->add_option("MODULE", options->module, "file of the module; without: the plug-in of this program")
+        ->type_name("");
+    command->add_option("--only", options->only, "repeatable: run this check alone")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    command->add_flag("--list", options->list, "name the checks and run none");
+    command->add_flag("--in-process", options->inProcess,
+                      "don't start a process for each check, as under a debugger");
+    command->add_flag("--json", options->json, "write JSON to the standard output");
+    command->footer("Each check runs in a process of its own, so that a crash is a result.\n"
+                    "Exit codes: 0 all passed, 1 a check failed, 2 bad input, 3 internal error.\n\n"
+                    "Examples:\n"
+                    "  sinew check ik.zx\n"
+                    "  sinew check ik.zx --only references --in-process\n");
+    command->callback([options, &action] { action = [options] { return runCheck(*options); }; });
+}
+
+void addRun(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<RunOptions>();
+    CLI::App* command = program.add_subcommand("run", "Runs a script of host and rig commands without a window.");
+    command->add_option("SCRIPT", options->script, "text file with one command a line; - for the standard input")
+        ->type_name("")
+        ->required();
+    command->add_option("--module", options->module, "load this module; without: the plug-in of this program")
+        ->type_name("FILE");
+    command->add_flag("--no-module", options->noModule, "only the host's own commands");
+    command->add_flag("--keep-going", options->keepGoing,
+                      "go on behind a line that failed; the exit code is\n2 all the same");
+    command->add_flag("--echo", options->echo, "write each line before what it prints");
+    command->add_flag("--json", options->json, "write one JSON object for each command");
+    command->footer("A script begins in an empty scene. Every command is one undo step; a command that fails\n"
+                    "leaves the scene as it was and ends the script. The commands `commands` and `help NAME`\n"
+                    "tell what there is.\n"
+                    "Exit codes: 0 done, 2 bad input or a command that failed, 3 internal error.\n\n"
+                    "Example script:\n"
+                    "  scene.import file:walk.bvh\n"
+                    "  item.create name:Goal\n"
+                    "  channel.set item:Goal channel:pos.Y value:1.5   # in the scene's unit\n"
+                    "  query item:Goal channel:worldMatrix\n"
+                    "  scene.save file:walk.sinew.json\n\n"
+                    "Examples:\n"
+                    "  sinew run walk.txt\n"
+                    "  echo commands | sinew run -\n");
+    command->callback([options, &action] { action = [options] { return runScript(*options); }; });
+}
+
 /// A new subcommand is a function like the two above and a line here.
-constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo, addTrack, addBench};
+constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo, addTrack, addBench, addRun, addCheck};
 
 int runGuarded(const Action& action)
 {

@@ -46,8 +46,10 @@ typedef struct ZxModifierTable {
     zxresult (*end)(ZxObject* self);
     /** [eval] Told when time jumps rather than runs; a host may leave it out. */
     zxresult (*timeJumped)(ZxObject* self);
-    /** [any] Rough cost of one evaluation in microseconds, 0 when unknown; a host may leave it out. */
-    zxresult (*cost)(ZxObject* self, double* microseconds);
+    /** [eval, edit] A figure about the last evaluation by name, such as "iterations" (steps that a solver
+     * took) and "converged" (0 when a solve diverged); kZxNotFound for a name that the node knows nothing of;
+     * a host may leave it out. */
+    zxresult (*figure)(ZxObject* self, const char* name, double* value);
 } ZxModifierTable;
 
 /** Modes of a node's channels. */
@@ -66,7 +68,8 @@ typedef struct ZxEvaluationTable {
      * has no such channel. `mode` is kZxRead, kZxWrite or kZxReadWrite. */
     zxresult (*addChannel)(ZxObject* self, ZxObject* item, const char* channel, uint32_t mode,
                            uint32_t* index);
-    /** [eval] Value as an integer; numbers are truncated. */
+    /** [eval] Value as an integer; numbers are truncated. This and the two below answer kZxNotAvailable when
+     * the node that should have written the channel failed, so that nothing is built on what it left. */
     zxresult (*readInteger)(ZxObject* self, uint32_t index, int32_t* value);
     /** [eval] Value as a number. */
     zxresult (*readDouble)(ZxObject* self, uint32_t index, double* value);

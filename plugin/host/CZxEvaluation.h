@@ -8,6 +8,8 @@
 #include <sinew/Matrix4d.h>
 #include <zx/ZxEvaluation.h>
 
+#include <cstring>
+
 class CZxImpl_EvalModifier {
 public:
     virtual ~CZxImpl_EvalModifier() = default;
@@ -40,10 +42,15 @@ public:
     virtual zxresult begin() { return kZxOk; }
     virtual zxresult end() { return kZxOk; }
     virtual zxresult timeJumped() { return kZxOk; }
-    virtual zxresult cost(double* microseconds)
+    virtual zxresult figure(const char* name, double* value)
     {
-        *microseconds = 0;
-        return kZxOk;
+        for (const Figure& figure : m_Figures) {
+            if (figure.name && std::strcmp(figure.name, name) == 0) {
+                *value = figure.value;
+                return kZxOk;
+            }
+        }
+        return kZxNotFound;
     }
 
     static constexpr const ZxId& id = kZxIdModifier;
@@ -56,8 +63,28 @@ public:
                 .begin = thunk<T, &CZxImpl_Modifier::begin>,
                 .end = thunk<T, &CZxImpl_Modifier::end>,
                 .timeJumped = thunk<T, &CZxImpl_Modifier::timeJumped>,
-                .cost = thunk<T, &CZxImpl_Modifier::cost>};
+                .figure = thunk<T, &CZxImpl_Modifier::figure>};
     }
+
+protected:
+    /// Notes a figure about this evaluation; the name must be a literal. At most four different ones are
+    /// kept.
+    void noteFigure(const char* name, double value)
+    {
+        for (Figure& figure : m_Figures) {
+            if (!figure.name || figure.name == name) {
+                figure = {name, value};
+                return;
+            }
+        }
+    }
+
+private:
+    struct Figure {
+        const char* name;
+        double value;
+    };
+    Figure m_Figures[4] = {};
 };
 template <class T>
 using CZxIfc_Modifier = CZxAdapter<CZxImpl_Modifier, T>;

@@ -38,6 +38,8 @@ std::span<const TagRow> CIKTaskModifier::tags() const { return kTags; }
 
 zxresult CIKTaskModifier::reset(ZxObject* scene)
 {
+    m_Links.clear();
+    m_ItemCount = m_Index = 0;
     m_Scene.query(scene, kZxIdScene);
     if (!m_Scene)
         return kZxNotAvailable;
@@ -45,7 +47,6 @@ zxresult CIKTaskModifier::reset(ZxObject* scene)
         m_LocatorType = TypeCode("locator");
     if (failed(m_Scene.itemCount(m_LocatorType, &m_ItemCount)))
         m_ItemCount = static_cast<uint32_t>(-1); // `next` then goes by the items that come
-    m_Index = 0;
     m_Links = m_Scene.channelGraph("chanLinks");
     return kZxOk;
 }

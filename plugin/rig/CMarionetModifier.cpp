@@ -17,6 +17,8 @@ std::span<const TagRow> CMarionetModifier::tags() const { return kTags; }
 
 zxresult CMarionetModifier::reset(ZxObject* scene)
 {
+    m_Refs.clear();
+    m_ItemCount = m_Index = 0;
     m_Scene.query(scene, kZxIdScene);
     if (!m_Scene)
         return kZxNotAvailable;
@@ -24,7 +26,6 @@ zxresult CMarionetModifier::reset(ZxObject* scene)
         m_SolverType = TypeCode("ikFullBody");
     if (failed(m_Scene.itemCount(m_SolverType, &m_ItemCount)))
         m_ItemCount = static_cast<uint32_t>(-1); // `next` then goes by the items that come
-    m_Index = 0;
     m_Refs = m_Scene.itemGraph("ikRefs");
     return kZxOk;
 }

@@ -54,7 +54,7 @@ private:
     void setBonePose(BoneRecord& bone, Sinew::IKSegment& segment, bool anyRetargeting) const;
     void setBoneLimits(const BoneRecord& bone, Sinew::IKSegment& segment) const;
     void setTasks(const ParentFrame& parent) const;
-    void solve() const;
+    void solve();
     void composeAnimatedPose(const ParentFrame& parent);
     void readSolvedPose(const ParentFrame& parent);
     double blend() const;

@@ -240,7 +240,7 @@ void CMarionetNode::setTasks(const ParentFrame& parent) const
 
 double CMarionetNode::blend() const { return std::clamp(m_Evaluation.number(m_Settings.blend), 0.0, 1.0); }
 
-void CMarionetNode::solve() const
+void CMarionetNode::solve()
 {
     if (!m_Evaluation.isOn(m_Settings.solveContinuous))
         m_Solver->reset();
@@ -255,7 +255,10 @@ void CMarionetNode::solve() const
     m_Solver->setPrecision(static_cast<float>(m_Evaluation.number(m_Settings.precision) * -1.0));
     m_Solver->setPCoefficient(m_Evaluation.single(m_Settings.taskPull));
     // A negative count would be four thousand million steps.
-    m_Solver->solve(static_cast<uint32_t>(std::max(m_Evaluation.integer(m_Settings.steps), 0)));
+    const bool converged =
+        m_Solver->solve(static_cast<uint32_t>(std::max(m_Evaluation.integer(m_Settings.steps), 0)));
+    noteFigure("iterations", m_Solver->iterations());
+    noteFigure("converged", converged ? 1 : 0);
     m_Solver->updateFigure();
 }
 

@@ -70,14 +70,25 @@ void ProgramRun::write(const std::string& name, const std::string& text) const
 
 std::string ProgramRun::read(const std::string& name) const { return readText(m_Folder / name); }
 
-formats::BvhMotion ProgramRun::motion(const std::string& name) const
+formats::BvhMotion ProgramRun::motion(const std::string& name) const { return motionAt(m_Folder / name); }
+
+formats::BvhMotion ProgramRun::motionAt(const fs::path& file)
 {
-    formats::BvhReadResult result = formats::readBvh(read(name));
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream) << file;
+    formats::BvhReadResult result = formats::readBvh(std::string(std::istreambuf_iterator<char>(stream), {}));
     if (const auto* error = std::get_if<formats::BvhError>(&result)) {
-        ADD_FAILURE() << name << ":" << error->line << ": " << error->reason;
+        ADD_FAILURE() << file << ":" << error->line << ": " << error->reason;
         return {};
     }
     return std::get<formats::BvhMotion>(std::move(result));
+}
+
+std::string ProgramRun::bytesOf(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream) << file;
+    return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
 bool ProgramRun::exists(const std::string& name) const { return fs::exists(m_Folder / name); }

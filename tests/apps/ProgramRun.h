@@ -33,6 +33,8 @@ public:
     std::string read(const std::string& name) const;
     /// The motion in a file; fails the test when it can't be read.
     formats::BvhMotion motion(const std::string& name) const;
+    static formats::BvhMotion motionAt(const std::filesystem::path& file);
+    static std::string bytesOf(const std::filesystem::path& file);
     bool exists(const std::string& name) const;
     std::size_t fileCount() const;
 

@@ -3,9 +3,11 @@
 #include "track/TrackRun.h"
 
 #include "shared/Console.h"
+#include "shared/Plugin.h"
 #include "shared/Progress.h"
 
 #include <fmt/format.h>
+#include <refhost/Host.h>
 
 #include <algorithm>
 #include <chrono>
@@ -82,8 +84,9 @@ std::array<bool, 3> turnsOf(const BvhJoint& joint)
     return turns;
 }
 
-std::vector<Figure> makeFigures(const BvhMotion& motion, const TrackRequest& request,
-                                const std::vector<LocalPose>& start, TrackReport& report)
+std::vector<Figure> makeFigures(const TrackSolverMaker& makeSolver, const BvhMotion& motion,
+                                const TrackRequest& request, const std::vector<LocalPose>& start,
+                                TrackReport& report)
 {
     const std::vector<std::size_t> roots = rootsOf(motion);
     std::vector<Figure> figures;
@@ -133,8 +136,7 @@ std::vector<Figure> makeFigures(const BvhMotion& motion, const TrackRequest& req
                 fmt::format("'{}' has no position channels, so the solve leaves it where it is",
                             motion.joints[root].name));
         }
-        figure.solver =
-            makeEngineSolver(std::move(bones), std::move(goals), settings, start[root].translation);
+        figure.solver = makeSolver(std::move(bones), std::move(goals), settings, start[root].translation);
         figures.push_back(std::move(figure));
     }
     return figures;
@@ -143,12 +145,13 @@ std::vector<Figure> makeFigures(const BvhMotion& motion, const TrackRequest& req
 /// Everything that is measured from frame to frame.
 class Run {
 public:
-    Run(BvhMotion& motion, const TrackRequest& request, TrackReport& report)
+    Run(const TrackSolverMaker& makeSolver, BvhMotion& motion, const TrackRequest& request,
+        TrackReport& report)
         : m_Motion(motion),
           m_Request(request),
           m_Report(report),
           m_LastWritten(formats::localPose(motion, request.firstFrame)),
-          m_Figures(makeFigures(motion, request, m_LastWritten, report)),
+          m_Figures(makeFigures(makeSolver, motion, request, m_LastWritten, report)),
           m_Stretch(motion.joints.size()),
           m_Loss(motion.joints.size())
     {
@@ -390,8 +393,20 @@ private:
 
 void trackMotion(BvhMotion& motion, const TrackRequest& request, TrackReport& report)
 {
+    refhost::Host host;
+    loadPlugin(host);
+    trackMotion(motion, request, report,
+                [&](std::vector<TrackBone> bones, std::vector<TrackGoal> goals, const TrackSettings& settings,
+                    const std::array<double, 3>& rootStart) {
+                    return makeRigSolver(host, std::move(bones), goals, settings, rootStart);
+                });
+}
+
+void trackMotion(BvhMotion& motion, const TrackRequest& request, TrackReport& report,
+                 const TrackSolverMaker& makeSolver)
+{
     const Clock::time_point start = Clock::now();
-    Run run(motion, request, report);
+    Run run(makeSolver, motion, request, report);
     {
         Progress progress("solving", report.frames.size());
         for (std::size_t i = 0; i < report.frames.size(); ++i) {

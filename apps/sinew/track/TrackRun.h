@@ -17,8 +17,12 @@ struct TrackRequest {
     std::size_t animationFrames = 0; ///< keep at most so many frames for drawing; 0 keeps none
 };
 
-/// Solves the frames and replaces `motion` by the solved motion of just them. Fills the part of `report` that
-/// comes from solving; `report.height` must be set. Throws BadInput for a figure that can't be solved.
+/// Solves the frames through the plug-in and replaces `motion` by the solved motion of just them. Fills the
+/// part of `report` that comes from solving; `report.height` must be set. Throws BadInput for a figure that
+/// can't be solved.
 void trackMotion(formats::BvhMotion& motion, const TrackRequest& request, TrackReport& report);
+/// The same with solvers of another make.
+void trackMotion(formats::BvhMotion& motion, const TrackRequest& request, TrackReport& report,
+                 const TrackSolverMaker& makeSolver);
 
 } // namespace app

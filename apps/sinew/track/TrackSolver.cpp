@@ -1,124 +1,130 @@
 // SPDX-License-Identifier: MIT
-// Tracks through the engine itself.
+// Tracks through the plug-in: a rig in a scene of the host, whose goals move and whose joints are read.
 #include "track/TrackSolver.h"
 
-#include <sinew/IKSolver.h>
+#include "track/PoseMatrices.h"
+#include "track/TrackRig.h"
+
+#include <refhost/Evaluation.h>
+#include <refhost/Host.h>
+
+#include <stdexcept>
 
 namespace app {
 
 namespace {
 
-class EngineSolver final : public TrackSolver {
+using refhost::Channel;
+using refhost::Item;
+using refhost::Matrix34;
+using refhost::TransformKind;
+
+void expect(const refhost::Result& result)
+{
+    if (!result.ok())
+        throw std::runtime_error("the host refused to move a goal: " + result.message);
+}
+
+class RigSolver final : public TrackSolver {
 public:
-    EngineSolver(std::vector<TrackBone> bones, std::vector<TrackGoal> goals, const TrackSettings& settings,
-                 const std::array<double, 3>& rootStart)
-        : m_Bones(std::move(bones)), m_Goals(std::move(goals)), m_Settings(settings), m_RootStart(rootStart)
+    RigSolver(refhost::Host& host, std::vector<TrackBone> bones, const std::vector<TrackGoal>& goals,
+              const TrackSettings& settings, const std::array<double, 3>& rootStart)
+        : m_Scene(host.newScene("track")), m_Bones(std::move(bones))
     {
-        restart();
+        m_Scene.journal().setStepLimit(1); // nobody undoes a frame
+        refhost::Step step(m_Scene.journal(), "build the rig");
+        const TrackRig rig = buildTrackRig(m_Scene, m_Bones, goals, settings, rootStart);
+        for (Item* joint : rig.joints)
+            m_Joints.push_back({joint->channel("wposMatrix"), joint->channel("wrotMatrix")});
+        m_Solver = rig.solver;
+        for (std::size_t i = 0; i < goals.size(); ++i) {
+            MovedGoal moved;
+            if (goals[i].position)
+                addChannels(*rig.goals[i], TransformKind::Position, "pos", moved.position);
+            if (goals[i].rotation)
+                addChannels(*rig.goals[i], TransformKind::Rotation, "rot", moved.rotation);
+            m_Goals.push_back(moved);
+        }
+        expect(step.commit());
+        m_World.resize(m_Bones.size());
     }
+    ~RigSolver() override { (void)m_Scene.host().closeScene(m_Scene); }
 
     void restart() override
     {
-        m_Solver = std::make_unique<Sinew::IKSolver>();
-        setBones();
-        m_PositionTasks.assign(m_Goals.size(), nullptr);
-        m_OrientationTasks.assign(m_Goals.size(), nullptr);
-        for (std::size_t i = 0; i < m_Goals.size(); ++i) {
-            const char* name = m_Bones[m_Goals[i].bone].name.c_str();
-            if (m_Goals[i].position)
-                m_PositionTasks[i] = m_Solver->addPositionTask(name);
-            if (m_Goals[i].rotation)
-                m_OrientationTasks[i] = m_Solver->addOrientationTask(name);
-        }
+        refhost::Step step(m_Scene.journal(), "start the solve anew");
+        expect(m_Scene.resetModifier("ikfb"));
+        expect(step.commit());
     }
 
     SolveResult solve(std::span<const Pose> goals, std::span<Pose> local) override
     {
-        for (std::size_t i = 0; i < m_Goals.size(); ++i) {
-            const auto& [t, q] = goals[i];
-            if (m_PositionTasks[i])
-                m_PositionTasks[i]->setTarget(single(t[0]), single(t[1]), single(t[2]));
-            if (m_OrientationTasks[i])
-                m_OrientationTasks[i]->setTarget(single(q[0]), single(q[1]), single(q[2]), single(q[3]));
+        moveGoals(goals);
+        refhost::Evaluation& evaluation = refhost::Evaluation::of(m_Scene);
+        const double time = m_Scene.host().time();
+        for (std::size_t i = 0; i < m_Joints.size(); ++i) {
+            Matrix34 position, rotation;
+            evaluation.matrix(*m_Joints[i].position, time, position);
+            evaluation.matrix(*m_Joints[i].rotation, time, rotation);
+            m_World[i] = {rotation.linear, position.offset};
         }
-        // The order of calls is the one of a rig that is evaluated by the plug-in.
-        if (m_Settings.fromRest)
-            m_Solver->reset();
-        m_Solver->setRetargetGain(1.0f);
-        m_Solver->setLimitsGain(1.0f);
-        m_Solver->setTolerance(single(m_Settings.tolerance));
-        m_Solver->setTranslateRoot(m_Settings.translateRoot);
-        if (m_Settings.translateRoot)
-            m_Solver->setRootTranslationWeight(1.0f);
-        m_Solver->setPrecision(single(-m_Settings.precision));
-        m_Solver->setPCoefficient(single(m_Settings.pull));
-        const bool converged = m_Solver->solve(m_Settings.steps);
-        m_Solver->updateFigure();
-        readPose(local);
-        return {converged, m_Solver->iterations()};
+        localPoses(m_Bones, m_World, local);
+        return {evaluation.figure(*m_Solver, "ikfb", "converged").value_or(0) != 0,
+                static_cast<std::uint32_t>(evaluation.figure(*m_Solver, "ikfb", "iterations").value_or(0))};
     }
 
 private:
-    static float single(double value) { return static_cast<float>(value); }
+    struct Joint {
+        Channel* position;
+        Channel* rotation;
+    };
+    struct MovedGoal {
+        std::array<Channel*, 3> position{}; // null where the goal has no position
+        std::array<Channel*, 3> rotation{};
+    };
 
-    void setBones()
+    void addChannels(Item& goal, TransformKind kind, const std::string& name,
+                     std::array<Channel*, 3>& channels)
     {
-        std::vector<Sinew::BoneDescriptor> descriptors(m_Bones.size());
-        for (std::size_t i = 0; i < m_Bones.size(); ++i) {
-            const TrackBone& bone = m_Bones[i];
-            descriptors[i].name = bone.name.c_str();
-            descriptors[i].parent_name =
-                bone.parent < 0 ? nullptr : m_Bones[static_cast<std::size_t>(bone.parent)].name.c_str();
-            for (std::size_t a = 0; a < 3; ++a)
-                descriptors[i].rest_translation[a] = single(bone.restTranslation[a]);
-        }
-        m_Solver->setBones(descriptors.data(), static_cast<std::uint32_t>(descriptors.size()));
-        m_Solver->setFullRetargeting(false);
-        for (std::size_t i = 0; i < m_Bones.size(); ++i) {
-            // Without this a new bone is drawn back to its rest pose.
-            Sinew::IKSegment* bone = m_Solver->bone(static_cast<std::uint32_t>(i));
-            bone->setRetargeting(false, true);
-            bone->setHoldOrientation(false);
-            bone->enableLimits(false);
-            const std::array<bool, 3>& turns = m_Bones[i].turns;
-            if (!turns[0] || !turns[1] || !turns[2])
-                bone->setActiveDof(turns[0], turns[1], turns[2], true);
-        }
-        m_Solver->rootBone()->setRestTranslation(single(m_RootStart[0]), single(m_RootStart[1]),
-                                                 single(m_RootStart[2]));
+        const auto transform = m_Scene.addTransformItem(goal, kind);
+        expect(transform.result());
+        for (std::size_t a = 0; a < 3; ++a)
+            channels[a] = transform.value->channel(name + '.' + "XYZ"[a]);
     }
 
-    void readPose(std::span<Pose> local)
+    void moveGoals(std::span<const Pose> goals)
     {
-        for (std::size_t i = 0; i < m_Bones.size(); ++i) {
-            Sinew::IKSegment* bone = m_Solver->bone(static_cast<std::uint32_t>(i));
-            const Sinew::SinewQuaternion q = bone->getOrientation();
-            local[i].rotation = {q.x(), q.y(), q.z(), q.w()};
-            // Only the root moves: for the others the file's own numbers are the exact ones.
-            local[i].translation = m_Bones[i].restTranslation;
-            if (m_Bones[i].parent < 0) {
-                const Sinew::SinewVector t = bone->getTranslation();
-                local[i].translation = {t.x(), t.y(), t.z()};
-            }
+        refhost::Step step(m_Scene.journal(), "move the goals");
+        for (std::size_t i = 0; i < m_Goals.size(); ++i) {
+            if (m_Goals[i].position[0])
+                write(m_Goals[i].position, goals[i].translation);
+            if (m_Goals[i].rotation[0])
+                write(m_Goals[i].rotation, goalAngles(goals[i]));
         }
+        expect(step.commit());
+    }
+    void write(const std::array<Channel*, 3>& channels, const std::array<double, 3>& values)
+    {
+        for (std::size_t a = 0; a < 3; ++a)
+            expect(m_Scene.writeNumber(*channels[a], refhost::Action::Anim, 0, values[a],
+                                       refhost::WriteMode::Plain));
     }
 
+    refhost::Scene& m_Scene;
     std::vector<TrackBone> m_Bones;
-    std::vector<TrackGoal> m_Goals;
-    TrackSettings m_Settings;
-    std::array<double, 3> m_RootStart;
-    std::unique_ptr<Sinew::IKSolver> m_Solver;
-    std::vector<Sinew::IKPositionTask*> m_PositionTasks; // null where the goal has no position
-    std::vector<Sinew::IKOrientationTask*> m_OrientationTasks;
+    std::vector<Joint> m_Joints;
+    std::vector<MovedGoal> m_Goals;
+    std::vector<Matrix34> m_World;
+    Item* m_Solver = nullptr;
 };
 
 } // namespace
 
-std::unique_ptr<TrackSolver> makeEngineSolver(std::vector<TrackBone> bones, std::vector<TrackGoal> goals,
-                                              const TrackSettings& settings,
-                                              const std::array<double, 3>& rootStart)
+std::unique_ptr<TrackSolver> makeRigSolver(refhost::Host& host, std::vector<TrackBone> bones,
+                                           const std::vector<TrackGoal>& goals, const TrackSettings& settings,
+                                           const std::array<double, 3>& rootStart)
 {
-    return std::make_unique<EngineSolver>(std::move(bones), std::move(goals), settings, rootStart);
+    return std::make_unique<RigSolver>(host, std::move(bones), goals, settings, rootStart);
 }
 
 } // namespace app

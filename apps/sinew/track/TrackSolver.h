@@ -4,10 +4,15 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
+
+namespace refhost {
+class Host;
+}
 
 namespace app {
 
@@ -56,9 +61,14 @@ public:
     virtual void restart() = 0;
 };
 
-/// A solver that calls the engine. `rootStart` is where the root stands at first, and in rest.
-std::unique_ptr<TrackSolver> makeEngineSolver(std::vector<TrackBone> bones, std::vector<TrackGoal> goals,
-                                              const TrackSettings& settings,
-                                              const std::array<double, 3>& rootStart);
+/// Makes the solver of one figure. `rootStart` is where the root stands at first, and in rest.
+using TrackSolverMaker = std::function<std::unique_ptr<TrackSolver>(
+    std::vector<TrackBone> bones, std::vector<TrackGoal> goals, const TrackSettings& settings,
+    const std::array<double, 3>& rootStart)>;
+
+/// A rig in a scene of its own on `host`, which must have the plug-in loaded and outlive the solver.
+std::unique_ptr<TrackSolver> makeRigSolver(refhost::Host& host, std::vector<TrackBone> bones,
+                                           const std::vector<TrackGoal>& goals, const TrackSettings& settings,
+                                           const std::array<double, 3>& rootStart);
 
 } // namespace app

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// The channels of the drawing package.
+#include "refhost/DrawingPackage.h"
+
+#include "refhost/Host.h"
+
+#include <algorithm>
+
+namespace refhost {
+namespace {
+
+ChannelDefinition wholeChannel(const char* name, std::int32_t maximum, std::vector<TextHint> words)
+{
+    ChannelDefinition channel = numberChannel(name, ChannelType::Integer);
+    channel.minimum = 0;
+    channel.maximum = maximum;
+    channel.textHints = std::move(words);
+    return channel;
+}
+
+std::vector<ChannelDefinition> drawingChannels()
+{
+    std::vector<ChannelDefinition> channels;
+    channels.push_back(wholeChannel(
+        "drawShape", 5, {{0, "none"}, {1, "box"}, {2, "sphere"}, {3, "pyramid"}, {4, "plane"}, {5, "ring"}}));
+    channels.push_back(wholeChannel("isStyle", 1, {{0, "marker"}, {1, "shape"}}));
+    appendVectorChannels(channels, "isSize", ChannelType::Distance, 1);
+    channels.push_back(wholeChannel("fillOptions", 1, {{0, "default"}, {1, "own"}}));
+    appendVectorChannels(channels, "fillColor", ChannelType::Percent, 0.8, "RGB");
+    channels.push_back(wholeChannel("wireOptions", 1, {{0, "default"}, {1, "own"}}));
+    appendVectorChannels(channels, "wireColor", ChannelType::Percent, 0, "RGB");
+    return channels;
+}
+
+} // namespace
+
+void registerDrawingPackage(Host& host)
+{
+    if (host.findPackage(kDrawingPackage))
+        return;
+    std::vector<ChannelDefinition> channels = drawingChannels();
+    std::erase_if(channels, [&](const ChannelDefinition& channel) {
+        return host.locatorType().layout().find(channel.name) >= 0;
+    });
+    (void)host.registerPackage(kDrawingPackage, kHostOrigin, std::move(channels));
+}
+
+} // namespace refhost

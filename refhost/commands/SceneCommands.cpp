@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+// scene.*, time.set and module.load: files, setup mode, the current time, modules.
+#include "commands/CommandText.h"
+#include "commands/HostCommand.h"
+#include "commands/Lookup.h"
+#include "refhost/Host.h"
+#include "refhost/Messages.h"
+#include "refhost/Modules.h"
+#include "refhost/MotionImport.h"
+#include "refhost/SceneFile.h"
+#include "refhost/SceneFileState.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace refhost {
+namespace {
+
+constexpr const char* kStepIsOpen = "The scene is in the middle of a change. Finish or cancel it first.";
+
+std::string extensionOf(const std::string& path)
+{
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](unsigned char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : static_cast<char>(c);
+    });
+    return extension;
+}
+
+Result requireBvh(const std::string& path, const char* what)
+{
+    if (extensionOf(path) == ".bvh")
+        return {};
+    return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in .bvh.");
+}
+
+/// Opens the scene that `make` answers and closes the one that was open before.
+template <class Make>
+Result replaceScene(Host& host, const Make& make)
+{
+    Scene* former = host.currentScene();
+    if (former && former->journal().isOpen())
+        return Result::failure(kStepIsOpen);
+    if (Result result = make(); !result.ok())
+        return result;
+    return former ? host.closeScene(*former) : Result{};
+}
+
+constexpr ArgumentRow kNewArguments[] = {
+    {"name", ArgumentType::Text, false, "what the scene is called; `Untitled` otherwise"},
+};
+Result newScene(Invocation& invocation)
+{
+    const Arguments& arguments = invocation.arguments();
+    return replaceScene(invocation.host(), [&]() -> Result {
+        invocation.host().newScene(arguments.isSet(0) ? arguments.text(0) : "Untitled");
+        return {};
+    });
+}
+
+constexpr ArgumentRow kOpenArguments[] = {
+    {"file", ArgumentType::Text, true, "the scene file, as scene.save wrote it"},
+};
+Result openScene(Invocation& invocation)
+{
+    Host& host = invocation.host();
+    const std::string& path = invocation.arguments().text(0);
+    return replaceScene(host, [&]() -> Result {
+        ResultOf<std::unique_ptr<Scene>> read = readSceneFile(host, path);
+        if (!read.ok())
+            return read.result();
+        Scene& scene = host.addScene(std::move(read.value));
+        SceneFileState& state = SceneFileState::of(scene);
+        state.path = path;
+        state.savedState = scene.journal().documentState();
+        return {};
+    });
+}
+
+constexpr ArgumentRow kSaveArguments[] = {
+    {"file", ArgumentType::Text, false, "the file to write; otherwise the one that was opened or saved last"},
+};
+Result saveScene(Invocation& invocation)
+{
+    Scene& scene = *invocation.scene();
+    SceneFileState& state = SceneFileState::of(scene);
+    const std::string path = invocation.arguments().isSet(0) ? invocation.arguments().text(0) : state.path;
+    if (path.empty())
+        return Result::failure(
+            "No file stands for this scene yet. Name one, as in scene.save file:walk.sinew.json");
+    if (scene.journal().isOpen())
+        return Result::failure(kStepIsOpen);
+    if (Result result = writeSceneFile(scene, path); !result.ok())
+        return result;
+    state.path = path;
+    state.savedState = scene.journal().documentState();
+    return {};
+}
+
+constexpr ArgumentRow kImportArguments[] = {
+    {"file", ArgumentType::Text, true, "a BVH file"},
+    {"offsets", ArgumentType::Text, false, "what position channels do to a joint's OFFSET; guess otherwise",
+     "guess replace add"},
+    {"endSites", ArgumentType::Boolean, false, "whether end sites become locators; true otherwise"},
+};
+Result importFile(Invocation& invocation)
+{
+    const Arguments& arguments = invocation.arguments();
+    const std::string& path = arguments.text(0);
+    if (Result result = requireBvh(path, "imported"); !result.ok())
+        return result;
+    MotionImportOptions options;
+    for (int i = 0; arguments.isSet(1) && i < static_cast<int>(std::size(kOffsetReadingNames)); ++i) {
+        if (arguments.text(1) == kOffsetReadingNames[i])
+            options.offsets = static_cast<OffsetReading>(i);
+    }
+    options.endSites = arguments.boolean(2, true);
+    const ResultOf<MotionImport> imported = importMotion(*invocation.scene(), path, options);
+    const std::string prefix = path + ": ";
+    for (const std::string& warning : imported.value.warnings)
+        invocation.host().tell(MessageLevel::Warning, prefix + warning);
+    return imported.result();
+}
+
+constexpr ArgumentRow kExportArguments[] = {
+    {"file", ArgumentType::Text, true, "the BVH file to write"},
+    {"item", ArgumentType::Item, false,
+     "an item of the imported hierarchy or above it, where there are several"},
+};
+Result exportFile(Invocation& invocation)
+{
+    const std::string& path = invocation.arguments().text(0);
+    if (Result result = requireBvh(path, "exported"); !result.ok())
+        return result;
+    MotionExportOptions options;
+    options.root = invocation.arguments().item(1);
+    const ResultOf<MotionExport> exported = exportMotion(*invocation.scene(), path, options);
+    if (exported.ok() && exported.value.lossCount > 0)
+        invocation.host().tell(MessageLevel::Warning, path + ": " + exported.value.worstLoss);
+    return exported.result();
+}
+
+constexpr ArgumentRow kSetupArguments[] = {
+    {"on", ArgumentType::Boolean, false, "true or false; true otherwise"},
+};
+Result setSetup(Invocation& invocation)
+{
+    return invocation.scene()->setSetupMode(invocation.arguments().boolean(0, true));
+}
+
+constexpr ArgumentRow kTimeArguments[] = {
+    {"time", ArgumentType::Number, true, "the current time in seconds"},
+};
+Result setTime(Invocation& invocation) { return invocation.host().setTime(invocation.arguments().number(0)); }
+
+constexpr ArgumentRow kModuleArguments[] = {
+    {"file", ArgumentType::Text, true, "the module's file"},
+};
+Result loadModule(Invocation& invocation)
+{
+    Host& host = invocation.host();
+    const std::string& path = invocation.arguments().text(0);
+    if (Result result = Modules::of(host).load(path); !result.ok())
+        return result;
+    const std::filesystem::path messages = std::filesystem::path(path).parent_path() / "messages";
+    // Without its sentences a module still works; the user reads table and number then.
+    if (Result result = Messages::of(host).loadFolder(messages.string()); !result.ok())
+        host.tell(MessageLevel::Warning, result.message);
+    return {};
+}
+
+constexpr CommandRow kRows[] = {
+    {"scene.new", CommandKind::Session, "Opens an empty scene in place of the open one.", "scene.new Walk",
+     kNewArguments, newScene, nullptr, false},
+    {"scene.open", CommandKind::Session, "Opens a scene file in place of the open scene.",
+     "scene.open file:walk.sinew.json", kOpenArguments, openScene, nullptr, false},
+    {"scene.save", CommandKind::Query, "Writes the scene to its file, or to another one.",
+     "scene.save file:walk.sinew.json", kSaveArguments, saveScene},
+    {"scene.import", CommandKind::Edit, "Adds the figure and motion of a file to the scene.",
+     "scene.import file:walk.bvh", kImportArguments, importFile},
+    {"scene.export", CommandKind::Query, "Writes an imported figure's motion, as it is now, to a file.",
+     "scene.export file:solved.bvh", kExportArguments, exportFile},
+    {"scene.setup", CommandKind::Edit, "Switches setup mode, in which rest poses and rigs are made.",
+     "scene.setup on:true", kSetupArguments, setSetup},
+    {"time.set", CommandKind::Query, "Sets the current time.", "time.set 1.5", kTimeArguments, setTime,
+     nullptr, false},
+    {"module.load", CommandKind::Session, "Loads a module with its commands, packages and messages.",
+     "module.load file:lib/ik.zx", kModuleArguments, loadModule, nullptr, false},
+};
+
+} // namespace
+
+std::span<const CommandRow> sceneCommandRows() { return kRows; }
+
+} // namespace refhost

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// Bytes as text that any file may hold.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace refhost {
+
+std::string base64Text(std::string_view bytes);
+/// Nothing when the text is not exactly what base64Text writes for some bytes.
+std::optional<std::string> base64Bytes(std::string_view text);
+
+} // namespace refhost

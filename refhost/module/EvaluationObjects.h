@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// Modifiers of modules: their nodes, and the channels and matrices that the nodes are handed.
+#pragma once
+
+#include "module/HostBinding.h"
+#include "refhost/Modifier.h"
+
+#include <glue/Reference.h>
+#include <zx/ZxEvaluation.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace refhost {
+
+class NodeChannels;
+class SlotMatrixObject;
+
+/// A node's channels as the module sees them.
+class EvaluationObject final : public HostObject {
+public:
+    EvaluationObject(HostBinding& binding, Scene& scene, NodeChannels& channels);
+
+    zxresult addChannel(ZxObject* item, const char* channel, uint32_t mode, uint32_t* index);
+    zxresult readInteger(uint32_t index, int32_t* value);
+    zxresult readDouble(uint32_t index, double* value);
+    zxresult matrix(uint32_t index, uint32_t writing, ZxObject** matrix);
+    void markGone() override;
+
+    NodeChannels* channels() const { return m_Channels; }
+    /// Counts the node's evaluations: a matrix lasts for one.
+    std::uint64_t run() const { return m_Run; }
+    void beginRun() { ++m_Run; }
+    /// Gives up the matrices; before the node goes.
+    void disposeMatrices();
+
+    static const ZxEvaluationTable kTable;
+
+private:
+    NodeChannels* m_Channels;
+    std::uint64_t m_Run = 0;
+    std::vector<SlotMatrixObject*>
+        m_Matrices; // by slot, first for reading, then for writing; null until asked for
+};
+
+/// The matrix of one slot, kept so that taking it allocates nothing.
+class SlotMatrixObject final : public HostObject {
+public:
+    SlotMatrixObject(HostBinding& binding, EvaluationObject& evaluation, uint32_t index, bool writing);
+
+    void take() { m_Run = m_Evaluation->run(); }
+
+    zxresult get3x3(double* nine);
+    zxresult getOffset(double* three);
+    zxresult set3x3(const double* nine);
+    zxresult setOffset(const double* three);
+
+    static const ZxMatrixTable kTable;
+
+private:
+    bool lasts() const { return m_Run == m_Evaluation->run(); }
+
+    EvaluationObject* m_Evaluation;
+    std::uint64_t m_Run = 0;
+    uint32_t m_Index;
+    bool m_Writing;
+};
+
+/// A module's modifier in the host's list.
+class ModuleModifier final : public Modifier {
+public:
+    /// Takes over a reference to the server, seen through EvalModifier.
+    ModuleModifier(HostBinding& binding, std::string name, CZxObject server,
+                   std::vector<std::string> typeList, std::vector<std::string> graphList);
+
+    const std::string& name() const override { return m_Name; }
+    const std::vector<std::string>& typeList() const override { return m_TypeList; }
+    const std::vector<std::string>& graphList() const override { return m_GraphList; }
+    Result enumerate(Scene& scene, std::vector<ModifierTarget>& targets) override;
+    ResultOf<std::unique_ptr<ModifierNode>> allocate(const ModifierTarget& target,
+                                                     NodeChannels& channels) override;
+
+private:
+    Result listTargets(Scene& scene, std::vector<ModifierTarget>& targets);
+
+    HostBinding& m_Binding;
+    std::string m_Name;
+    CZxLocalize<ZxEvalModifierTable> m_Server;
+    std::vector<std::string> m_TypeList, m_GraphList;
+};
+
+} // namespace refhost

@@ -1,0 +1,30 @@
+# The module file exports its one function and needs no library but the C and C++ runtime.
+# Usage: cmake -D MODULE=FILE -P CheckModuleFile.cmake
+find_program(NM NAMES nm llvm-nm)
+find_program(READELF NAMES readelf llvm-readelf)
+if(NOT NM OR NOT READELF)
+    message("SKIPPED: nm or readelf is not installed")
+    return()
+endif()
+
+execute_process(COMMAND ${NM} -D --defined-only ${MODULE} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^ \n]+(\n|$)" exports "${listing}")
+list(TRANSFORM exports STRIP)
+if(NOT exports STREQUAL "_IZxModule_Create")
+    message(FATAL_ERROR "${MODULE} must export _IZxModule_Create and nothing else, but exports: ${exports}")
+endif()
+
+execute_process(COMMAND ${READELF} -d ${MODULE} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "[][]" "|" listing "${listing}") # brackets would glue the entries of a list together
+string(REGEX MATCHALL "NEEDED[^|\n]*[|][^|\n]+" needed "${listing}")
+if(NOT needed)
+    message(FATAL_ERROR "${MODULE}: no needed libraries found in what ${READELF} prints")
+endif()
+foreach(entry IN LISTS needed)
+    string(REGEX REPLACE ".*[|]" "" library "${entry}")
+    list(APPEND libraries ${library})
+    if(NOT library MATCHES "^(libstdc\\+\\+|libc\\+\\+|libc\\+\\+abi|libm|libgcc_s|libunwind|libc|ld-linux[^.]*)\\.so(\\.[0-9]+)*$")
+        message(FATAL_ERROR "${MODULE} needs ${library}, which is no part of the C and C++ runtime")
+    endif()
+endforeach()
+message("exports ${exports}, needs ${libraries}")

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: MIT
+// Every table of the plug-in: complete, in the order that the host expects, and tight for exceptions.
+#include "RecordingServers.h"
+#include "host/CZxGenericPolymorph.h"
+#include "plugin/support/StartedPlugin.h"
+#include "rig/CIKTaskNode.h"
+#include "rig/CMarionetNode.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+/// One interface that the plug-in implements. A new family is entered here.
+struct Family {
+    const char* name;
+    const ZxId& id;
+    std::size_t tableSize;
+};
+const Family kFamilies[] = {
+    {"Module", kZxIdModule, sizeof(ZxModuleTable)},
+    {"NeedContext", kZxIdNeedContext, sizeof(ZxNeedContextTable)},
+    {"TagDescription", kZxIdTagDescription, sizeof(ZxTagDescriptionTable)},
+    {"StaticDesc", kZxIdStaticDesc, sizeof(ZxStaticDescTable)},
+    {"Package", kZxIdPackage, sizeof(ZxPackageTable)},
+    {"PackageInstance", kZxIdPackageInstance, sizeof(ZxPackageInstanceTable)},
+    {"EvalModifier", kZxIdEvalModifier, sizeof(ZxEvalModifierTable)},
+    {"Modifier", kZxIdModifier, sizeof(ZxModifierTable)},
+};
+
+CZxObject adopted(ZxObject* object)
+{
+    CZxObject holder;
+    holder.adopt(object);
+    return holder;
+}
+
+/// Looks into the tables of all known interfaces of an object; the number of interfaces.
+int expectFullTables(ZxObject* object)
+{
+    int found = 0;
+    for (const Family& family : kFamilies) {
+        CZxLocalizedObject face;
+        if (failed(face.query(object, family.id)))
+            continue;
+        ++found;
+        std::vector<void*> slots(family.tableSize / sizeof(void*));
+        std::memcpy(slots.data(), face.object()->table, family.tableSize);
+        for (std::size_t i = 0; i < slots.size(); ++i)
+            EXPECT_NE(slots[i], nullptr) << family.name << ", slot " << i;
+    }
+    return found;
+}
+
+/// Calls a slot of the table of `Impl` on an object of class `Recorder`; the operation that it reached.
+template <class Recorder, class Impl, class Table, class... A>
+std::string reached(zxresult (*Table::*slot)(ZxObject*, A...))
+{
+    CZxPolymorph<Recorder> maker;
+    maker.addInterface(std::make_unique<CZxAdapter<Impl, Recorder>>());
+    const CZxObject object = adopted(maker.create());
+    Recorder::called = "nothing";
+    const auto* table = reinterpret_cast<const Table*>(object.object()->table);
+    if (!(table->*slot))
+        return "null";
+    EXPECT_EQ((table->*slot)(object.object(), A{}...), kZxAborted);
+    return Recorder::called;
+}
+
+TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
+{
+    CZxThisModule& module = startedPlugin();
+    EXPECT_EQ(expectFullTables(adopted(module.create()).object()), 3);
+    uint32_t count = 0;
+    module.tagCount(&count);
+    ASSERT_GT(count, 0u);
+    for (uint32_t i = 0; i < count; ++i) {
+        const char *key = nullptr, *name = nullptr;
+        const ZxId* id = nullptr;
+        ASSERT_EQ(module.tag(i, &key, &name, &id), kZxOk);
+        SCOPED_TRACE(name);
+        ZxObject* made = nullptr;
+        ASSERT_EQ(module.server(name, id, &made), kZxOk);
+        const CZxObject server = adopted(made);
+        EXPECT_GE(expectFullTables(server.object()), 1);
+        if (!(*id == kZxIdPackage))
+            continue;
+        ASSERT_EQ(reinterpret_cast<const ZxPackageTable*>(made->table)->attach(made, &made), kZxOk);
+        EXPECT_GE(expectFullTables(adopted(made).object()), 1);
+    }
+    EXPECT_EQ(expectFullTables(adopted(spawnerOf<CMarionetNode>->create()).object()), 1);
+    EXPECT_EQ(expectFullTables(adopted(spawnerOf<CIKTaskNode>->create()).object()), 1);
+}
+
+#define EXPECT_SLOT(Recorder, Face, operation)                                                               \
+    EXPECT_EQ((reached<Recorder, CZxImpl_##Face>(&Zx##Face##Table::operation)), #operation)
+
+TEST(Tables, everySlotReachesTheOperationOfItsName)
+{
+    EXPECT_SLOT(RecordingModule, Module, server);
+    EXPECT_SLOT(RecordingModule, NeedContext, setContext);
+    EXPECT_SLOT(RecordingModule, TagDescription, tagCount);
+    EXPECT_SLOT(RecordingModule, TagDescription, tag);
+    EXPECT_SLOT(RecordingServer, StaticDesc, tagCount);
+    EXPECT_SLOT(RecordingServer, StaticDesc, tag);
+    EXPECT_SLOT(RecordingServer, Package, setupChannels);
+    EXPECT_SLOT(RecordingServer, Package, attach);
+    EXPECT_SLOT(RecordingServer, Package, testInterface);
+    EXPECT_SLOT(RecordingServer, Package, added);
+    EXPECT_SLOT(RecordingServer, Package, removing);
+    EXPECT_SLOT(RecordingServer, PackageInstance, initialise);
+    EXPECT_SLOT(RecordingServer, PackageInstance, cleanUp);
+    EXPECT_SLOT(RecordingServer, PackageInstance, loaded);
+    EXPECT_SLOT(RecordingServer, PackageInstance, copied);
+    EXPECT_SLOT(RecordingServer, PackageInstance, renamed);
+    EXPECT_SLOT(RecordingServer, EvalModifier, reset);
+    EXPECT_SLOT(RecordingServer, EvalModifier, next);
+    EXPECT_SLOT(RecordingServer, EvalModifier, allocate);
+    EXPECT_SLOT(RecordingServer, Modifier, evaluate);
+    EXPECT_SLOT(RecordingServer, Modifier, test);
+    EXPECT_SLOT(RecordingServer, Modifier, begin);
+    EXPECT_SLOT(RecordingServer, Modifier, end);
+    EXPECT_SLOT(RecordingServer, Modifier, timeJumped);
+    EXPECT_SLOT(RecordingServer, Modifier, figure);
+}
+
+/// Its operations throw.
+class Thrower final : public CZxImpl_Modifier {
+public:
+    zxresult evaluate() override { throw kZxOutOfRange; }
+    zxresult begin() override { throw std::bad_alloc(); }
+    zxresult end() override { throw std::runtime_error("anything else"); }
+    zxresult timeJumped() override { throw 42; }
+};
+
+TEST(Tables, exceptionsLeaveAsResults)
+{
+    CZxPolymorph<Thrower> maker;
+    maker.addInterface(std::make_unique<CZxIfc_Modifier<Thrower>>());
+    const CZxObject object = adopted(maker.create());
+    const auto* table = reinterpret_cast<const ZxModifierTable*>(object.object()->table);
+    EXPECT_EQ(table->evaluate(object.object()), 0x80000015u);
+    EXPECT_EQ(table->begin(object.object()), 0x80000002u);
+    EXPECT_EQ(table->end(object.object()), 0x80000000u);
+    EXPECT_EQ(table->timeJumped(object.object()), 0x80000000u);
+}
+
+} // namespace

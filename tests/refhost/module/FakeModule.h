@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// A module inside the test program: one item type, one package and one modifier, which do what the test says.
+#pragma once
+
+#include <glue/Reference.h>
+#include <glue/Thunk.h>
+#include <zx/ZxChannel.h>
+#include <zx/ZxEvaluation.h>
+#include <zx/ZxGraph.h>
+#include <zx/ZxItem.h>
+#include <zx/ZxModule.h>
+#include <zx/ZxPackage.h>
+#include <zx/ZxScene.h>
+#include <zx/ZxSelection.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace support {
+
+using Evaluation = CZxLocalize<ZxEvaluationTable>;
+using Item = CZxLocalize<ZxItemTable>;
+using Matrix = CZxLocalize<ZxMatrixTable>;
+using Scene = CZxLocalize<ZxSceneTable>;
+
+/// What the module does, and what it saw; one at a time.
+struct FakeWorld {
+    FakeWorld() { current = this; }
+    ~FakeWorld() { current = nullptr; }
+    static ZxObject* entry();
+
+    // To be set
+    bool startFails = false;
+    std::string itemType = "fake.type", super = "ikSolver";
+    std::string typeList = "locator", graphList = "parent chanLinks";
+    std::vector<std::pair<std::string, ZxId>> moreServers;
+    std::function<zxresult(const CZxLocalize<ZxAddChannelTable>&)> setupChannels;
+    /// Adds channels in allocate; what it throws or returns is the answer.
+    std::function<zxresult(const Item&, const Evaluation&)> allocate;
+    std::function<zxresult(const Evaluation&)> evaluate;
+    std::function<void(const CZxLocalizedObject& context)> onContext;
+    bool keepsItems = false; ///< a module that counts wrongly
+
+    // What happened
+    int livingObjects = 0;
+    int instances = 0; ///< initialised and not cleaned up
+    int evaluations = 0, allocations = 0, resets = 0, setups = 0;
+    CZxLocalize<ZxContextTable> context;
+    std::vector<ZxObject*> leaked;
+
+    static inline FakeWorld* current = nullptr;
+};
+
+} // namespace support
