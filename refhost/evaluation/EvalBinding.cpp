@@ -166,7 +166,7 @@ void EvalGraph::link(Dependency& dependency, ChannelCell* source, Vertex& target
     attach(dependency.edge, *source, target, slot);
 }
 
-void EvalGraph::depend(MatrixCell& cell, Channel* source)
+void EvalGraph::depend(ComposedCell& cell, Channel* source)
 {
     if (source) {
         link(cell.sources[cell.sourceCount], cellWithout(*source, cell.without), cell, cell.sourceCount);
@@ -191,7 +191,7 @@ void EvalGraph::bindCell(ChannelCell& cell)
             link(static_cast<NumberCell&>(cell).link, cellOf(*source), cell, 0);
         break;
     case VertexKind::Matrix:
-        depend(static_cast<MatrixCell&>(cell), linkSource(*cell.channel));
+        depend(static_cast<ComposedCell&>(cell), linkSource(*cell.channel));
         break;
     case VertexKind::Local:
         bindLocal(static_cast<LocalCell&>(cell));
@@ -200,7 +200,7 @@ void EvalGraph::bindCell(ChannelCell& cell)
     case VertexKind::Rotation:
     case VertexKind::Scale:
     case VertexKind::World:
-        bindWorld(static_cast<MatrixCell&>(cell));
+        bindWorld(static_cast<ComposedCell&>(cell));
         break;
     case VertexKind::Output:
     case VertexKind::Node:
@@ -221,7 +221,7 @@ void EvalGraph::bindLocal(LocalCell& cell)
     }
 }
 
-void EvalGraph::bindWorld(MatrixCell& cell)
+void EvalGraph::bindWorld(ComposedCell& cell)
 {
     const Item& item = cell.channel->item();
     if (cell.kind == VertexKind::World) {

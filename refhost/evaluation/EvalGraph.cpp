@@ -24,7 +24,7 @@ Matrix33 scaledColumns(const Matrix33& m, const Vector3& scale)
     return out;
 }
 
-const MatrixCell& matrixAt(const MatrixCell& cell, std::uint32_t source)
+const MatrixCell& matrixAt(const ComposedCell& cell, std::uint32_t source)
 {
     return static_cast<const MatrixCell&>(*cell.sources[source].source);
 }
@@ -157,7 +157,7 @@ Vertex* EvalGraph::nextNeeded(Vertex& vertex, std::uint32_t& next)
     case VertexKind::Rotation:
     case VertexKind::Scale:
     case VertexKind::World: {
-        MatrixCell& cell = static_cast<MatrixCell&>(vertex);
+        ComposedCell& cell = static_cast<ComposedCell&>(vertex);
         for (; next < cell.sourceCount && !cell.cut; ++next) {
             if (ChannelCell* source = cell.sources[next].source; missing(source))
                 return source;
@@ -201,7 +201,7 @@ void EvalGraph::compute(Vertex& vertex)
     case VertexKind::Node:
         return runNode(static_cast<NodeVertex&>(vertex));
     default:
-        return compute(static_cast<MatrixCell&>(vertex));
+        return compute(static_cast<ComposedCell&>(vertex));
     }
 }
 
@@ -257,7 +257,7 @@ void EvalGraph::compute(LocalCell& cell)
         cell.value.offset[i] = cell.parts.position[i] + 0.0;
 }
 
-void EvalGraph::compute(MatrixCell& cell)
+void EvalGraph::compute(ComposedCell& cell)
 {
     const auto source = [&](std::uint32_t place) -> const Matrix34& { return matrixAt(cell, place).value; };
     const bool hasParent = cell.sourceCount > 1;
@@ -305,14 +305,17 @@ void EvalGraph::compute(MatrixCell& cell)
 void EvalGraph::compute(OutputCell& cell)
 {
     const NodeOutput& output = cell.node->outputs[cell.outputIndex];
-    const Matrix34 before = cell.before->valid ? cell.before->value : Matrix34{};
-    cell.value.linear = output.showsLinear ? output.good.linear : before.linear;
-    cell.value.offset = output.showsOffset ? output.good.offset : before.offset;
+    const Matrix34 rest;
+    const Matrix34& before = cell.before->valid ? cell.before->value : rest;
+    const Matrix34& shown = cell.node->shown[cell.outputIndex];
+    cell.value.linear = output.showsLinear ? shown.linear : before.linear;
+    cell.value.offset = output.showsOffset ? shown.offset : before.offset;
 }
 
 void EvalGraph::runNode(NodeVertex& node)
 {
     node.refresh();
+    node.fetch();
     ++m_Evaluation.m_EvaluationCount;
     const bool failedBefore = node.failed || node.refused;
     ++m_Evaluation.m_Busy;
@@ -417,8 +420,7 @@ void EvalGraph::breakCircle(std::size_t base, Vertex& again)
         text += node.label() + " reads '" + slot.channel->label() + "' without its own effect on it";
         m_Reach.clear(); // its answers counted the slot
         slot.source = ghostOf(*slot.channel, node);
-        m_CutEdges.emplace_back();
-        attach(m_CutEdges.back(), *slot.source, node, best.slot);
+        attach(m_CutEdges.emplace_back(), *slot.source, node, best.slot);
         bindCells();
     } else {
         best.vertex->cut = true;
@@ -526,23 +528,18 @@ void EvalGraph::setTime(double time)
 
 void EvalGraph::invalidateAll()
 {
-    const auto spoil = [&](auto& cells) {
-        for (auto& cell : cells)
-            invalidate(cell);
-    };
-    for (LocalCell& cell : m_Locals)
-        cell.stale = 0xffff;
-    spoil(m_Numbers);
-    spoil(m_Matrices);
-    spoil(m_Locals);
+    const auto spoil = [&](Vertex& cell) { invalidate(cell); };
+    m_Locals.forEach([](LocalCell& cell) { cell.stale = 0xffff; });
+    m_Numbers.forEach(spoil);
+    m_Matrices.forEach(spoil);
+    m_Locals.forEach(spoil);
     invalidateNodes();
 }
 
 void EvalGraph::drop()
 {
     const auto forget = [&](auto& cells) {
-        for (const ChannelCell& cell : cells)
-            place(*cell.channel) = nullptr;
+        cells.forEach([&](const ChannelCell& cell) { place(*cell.channel) = nullptr; });
         cells.clear();
     };
     for (const auto& set : m_Sets) {

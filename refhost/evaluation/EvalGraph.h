@@ -2,10 +2,10 @@
 // The evaluated state of a scene at one time: cells, nodes, and the walk that brings them up to date.
 #pragma once
 
+#include "evaluation/Arena.h"
 #include "evaluation/EvalVertex.h"
 #include "refhost/Evaluation.h"
 
-#include <deque>
 #include <set>
 #include <unordered_map>
 #include <unordered_set>
@@ -92,9 +92,9 @@ private:
     void bindCells();
     void bindCell(ChannelCell& cell);
     void bindLocal(LocalCell& cell);
-    void bindWorld(MatrixCell& cell);
+    void bindWorld(ComposedCell& cell);
     void bindNode(NodeVertex& node);
-    void depend(MatrixCell& cell, Channel* source);
+    void depend(ComposedCell& cell, Channel* source);
     static void link(Dependency& dependency, ChannelCell* source, Vertex& target, std::uint32_t slot);
     static void attach(Edge& edge, Vertex& source, Vertex& target, std::uint32_t slot);
     Channel* linkSource(const Channel& channel) const;
@@ -107,7 +107,7 @@ private:
     Vertex* nextNeeded(Vertex& vertex, std::uint32_t& next);
     void compute(Vertex& vertex);
     void compute(NumberCell& cell);
-    void compute(MatrixCell& cell);
+    void compute(ComposedCell& cell);
     void compute(LocalCell& cell);
     void compute(OutputCell& cell);
     void runNode(NodeVertex& node);
@@ -124,11 +124,11 @@ private:
     ChannelCell* EvalCell::*m_Place;
     double m_Time;
 
-    std::deque<NumberCell> m_Numbers;
-    std::deque<MatrixCell> m_Matrices;
-    std::deque<LocalCell> m_Locals;
-    std::deque<OutputCell> m_Outputs;
-    std::deque<Edge> m_CutEdges; // to nodes whose slots were cut
+    Arena<NumberCell> m_Numbers;
+    Arena<ComposedCell> m_Matrices;
+    Arena<LocalCell> m_Locals;
+    Arena<OutputCell> m_Outputs;
+    Arena<Edge> m_CutEdges; // to nodes whose slots were cut
     std::unordered_map<const Channel*, std::vector<Ghost>> m_Ghosts;
     std::unordered_map<const NodeVertex*, Reach> m_Reach;
     std::vector<ChannelCell*> m_Unbound;

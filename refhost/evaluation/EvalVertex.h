@@ -83,6 +83,11 @@ inline constexpr std::uint32_t kMaximumDependencies = 4;
 struct MatrixCell : ChannelCell {
     using ChannelCell::ChannelCell;
     Matrix34 value;
+};
+
+/// A matrix made of others, or by a link or the actions.
+struct ComposedCell : MatrixCell {
+    using MatrixCell::MatrixCell;
     Dependency sources[kMaximumDependencies];
     std::uint32_t sourceCount = 0;
 };
@@ -122,11 +127,9 @@ struct OutputCell : MatrixCell {
 struct NodeOutput {
     Channel* channel = nullptr; ///< null when it is gone
     OutputCell* cell = nullptr; ///< null until bound
-    Matrix34 pending, good;
     bool wroteLinear = false, wroteOffset = false; ///< in the run under way
     bool refusedLinear = false, refusedOffset = false;
-    bool hasLinear = false, hasOffset = false; ///< `good` holds something
-    bool showsLinear = false, showsOffset = false; ///< the channel shows `good`, not what is without the node
+    bool showsLinear = false, showsOffset = false; ///< what a run wrote, not what is without the node
 };
 
 /// Where a node's channel gets its value from; beside its slot.
@@ -172,7 +175,14 @@ struct NodeVertex final : Vertex, NodeChannels {
             ? -1
             : m_Slots[slot].integer;
     }
+    std::size_t outputIndex(const NodeOutput& output) const
+    {
+        return static_cast<std::size_t>(&output - outputs.data());
+    }
+    /// Asks for the memory that a run goes through, so that a scene of many rigs doesn't wait for each line.
+    void fetch() const;
     Result run();
+    /// The user's name for it.
     std::string label() const;
 
     EvalGraph* graph;
@@ -181,6 +191,9 @@ struct NodeVertex final : Vertex, NodeChannels {
     std::uint64_t itemId = 0;
     std::vector<SlotSource> sources;
     std::vector<NodeOutput> outputs;
+    std::vector<Matrix34> written,
+        shown; ///< beside `outputs`: by the run under way, and by the last good one
+    std::vector<Matrix34> inputs; ///< copies of the matrices that it reads
     std::vector<std::uint32_t> dirty;
     bool bound = false;
     bool failed = false; ///< in the last run: its outputs show what is without it

@@ -41,7 +41,13 @@ std::optional<std::uint32_t> NodeVertex::addChannel(Item& item, std::string_view
         if (found == outputs.end()) {
             outputs.emplace_back();
             outputs.back().channel = channel;
+            written.emplace_back();
+            shown.emplace_back();
         }
+    }
+    if (slot.state == SlotState::Matrix && mode == ChannelMode::Read) {
+        slot.integer = static_cast<std::int32_t>(inputs.size());
+        inputs.emplace_back();
     }
     m_Slots.push_back(slot);
     sources.emplace_back();
@@ -77,13 +83,13 @@ ChannelAnswer NodeChannels::linear(std::uint32_t index, double* nine)
     const Matrix33 identity;
     if (NodeOutput* output = node.outputAt(index)) {
         if (output->wroteLinear)
-            from = &output->pending.linear;
+            from = &node.written[node.outputIndex(*output)].linear;
         else if (!output->cell || isLinearFixed(output->cell->before->kind))
             from = &identity;
         else
             from = &node.graph->valueBefore(node, *output)->value.linear;
     } else {
-        from = &m_Slots[index].matrix->linear;
+        from = &node.inputs[static_cast<std::size_t>(m_Slots[index].integer)].linear;
     }
     std::memcpy(nine, from->m, sizeof from->m);
     return ChannelAnswer::Ok;
@@ -98,13 +104,13 @@ ChannelAnswer NodeChannels::offset(std::uint32_t index, double* three)
     const Vector3 zero{};
     if (NodeOutput* output = node.outputAt(index)) {
         if (output->wroteOffset)
-            from = &output->pending.offset;
+            from = &node.written[node.outputIndex(*output)].offset;
         else if (!output->cell || isOffsetFixed(output->cell->before->kind))
             from = &zero;
         else
             from = &node.graph->valueBefore(node, *output)->value.offset;
     } else {
-        from = &m_Slots[index].matrix->offset;
+        from = &node.inputs[static_cast<std::size_t>(m_Slots[index].integer)].offset;
     }
     std::memcpy(three, from->data(), sizeof *from);
     return ChannelAnswer::Ok;
@@ -120,7 +126,8 @@ ChannelAnswer NodeChannels::setLinear(std::uint32_t index, const double* nine)
         output.refusedLinear = node.refused = true;
         return ChannelAnswer::NotFinite;
     }
-    std::memcpy(output.pending.linear.m, nine, sizeof output.pending.linear.m);
+    Matrix33& linear = node.written[node.outputIndex(output)].linear;
+    std::memcpy(linear.m, nine, sizeof linear.m);
     output.wroteLinear = true;
     return ChannelAnswer::Ok;
 }
@@ -135,7 +142,8 @@ ChannelAnswer NodeChannels::setOffset(std::uint32_t index, const double* three)
         output.refusedOffset = node.refused = true;
         return ChannelAnswer::NotFinite;
     }
-    std::memcpy(output.pending.offset.data(), three, sizeof output.pending.offset);
+    Vector3& offset = node.written[node.outputIndex(output)].offset;
+    std::memcpy(offset.data(), three, sizeof offset);
     output.wroteOffset = true;
     return ChannelAnswer::Ok;
 }
@@ -156,12 +164,26 @@ void NodeVertex::refresh()
             slot.integer = cell.integer;
             continue;
         }
-        slot.matrix = &static_cast<const MatrixCell&>(*source).value;
+        inputs[static_cast<std::size_t>(slot.integer)] = static_cast<const MatrixCell&>(*source).value;
         const bool isLost =
             source->kind == VertexKind::Output && static_cast<const OutputCell&>(*source).node->failed;
         slot.state = isLost ? SlotState::Unavailable : SlotState::Matrix;
     }
     dirty.clear();
+}
+
+void NodeVertex::fetch() const
+{
+    constexpr std::size_t kLine = 64;
+    const auto fetchAll = [](const auto& list) {
+        const std::size_t bytes = list.size() * sizeof list[0];
+        for (std::size_t at = 0; at < bytes; at += kLine)
+            __builtin_prefetch(reinterpret_cast<const char*>(list.data()) + at);
+    };
+    fetchAll(m_Slots);
+    fetchAll(outputs);
+    fetchAll(inputs);
+    fetchAll(written);
 }
 
 /// What was written replaces what the channels showed; what was refused leaves it; what was left alone shows
@@ -175,27 +197,31 @@ Result NodeVertex::run()
     Result result = node->evaluate(*this);
     m_Running = false;
     failed = !result.ok();
-    bool showsGood = false;
-    for (NodeOutput& output : outputs) {
-        if (failed) {
-            // A node that gave up since its numbers were refused goes on showing its last good run, whole.
+    if (failed) {
+        // A node that gave up since its numbers were refused goes on showing its last good run, whole.
+        bool showsSome = false;
+        for (NodeOutput& output : outputs) {
             output.showsLinear = refused && output.showsLinear;
             output.showsOffset = refused && output.showsOffset;
-        } else {
-            if (output.wroteLinear) {
-                output.good.linear = output.pending.linear;
-                output.hasLinear = true;
-            }
-            if (output.wroteOffset) {
-                output.good.offset = output.pending.offset;
-                output.hasOffset = true;
-            }
-            output.showsLinear = output.wroteLinear || (output.refusedLinear && output.hasLinear);
-            output.showsOffset = output.wroteOffset || (output.refusedOffset && output.hasOffset);
+            showsSome = showsSome || output.showsLinear || output.showsOffset;
         }
-        showsGood = showsGood || output.showsLinear || output.showsOffset;
+        failed = !showsSome;
+        return result;
     }
-    failed = failed && !showsGood;
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        NodeOutput& output = outputs[i];
+        if (refused && output.refusedLinear && !output.wroteLinear && output.showsLinear) {
+            written[i].linear = shown[i].linear;
+            output.wroteLinear = true;
+        }
+        if (refused && output.refusedOffset && !output.wroteOffset && output.showsOffset) {
+            written[i].offset = shown[i].offset;
+            output.wroteOffset = true;
+        }
+        output.showsLinear = output.wroteLinear;
+        output.showsOffset = output.wroteOffset;
+    }
+    std::swap(written, shown);
     return result;
 }
 

@@ -41,7 +41,7 @@ public:
             const PhaseScope phase(m_Binding, kEvalPhase);
             m_Node.clear();
         }
-        m_Evaluation.disposeMatrices();
+        m_Binding.matrices().forget(m_Evaluation);
         m_Binding.dispose(m_Evaluation);
     }
     Result evaluate(NodeChannels&) override
@@ -79,15 +79,6 @@ void EvaluationObject::markGone()
     m_Channels = nullptr;
 }
 
-void EvaluationObject::disposeMatrices()
-{
-    for (SlotMatrixObject* matrix : m_Matrices) {
-        if (matrix)
-            binding().dispose(*matrix);
-    }
-    m_Matrices.clear();
-}
-
 zxresult EvaluationObject::addChannel(ZxObject* item, const char* channel, uint32_t mode, uint32_t* index)
 {
     if (!m_Channels->isAllocating())
@@ -120,17 +111,7 @@ zxresult EvaluationObject::matrix(uint32_t index, uint32_t writing, ZxObject** m
         return kZxInvalidArgument;
     if (const zxresult result = resultOf(m_Channels->matrix(index, writing == 1)); failed(result))
         return result;
-    if (m_Matrices.empty())
-        m_Matrices.resize(std::size_t{2} * m_Channels->count());
-    SlotMatrixObject*& slot = m_Matrices[std::size_t{2} * index + writing];
-    if (slot) {
-        slot->addReference();
-    } else {
-        slot = &binding().make<SlotMatrixObject>(*this, index, writing == 1);
-        slot->setKept(true);
-    }
-    slot->take();
-    *matrix = slot->face();
+    *matrix = binding().matrices().take(*this, index, writing == 1).face();
     return kZxOk;
 }
 
@@ -142,13 +123,49 @@ constinit const ZxEvaluationTable EvaluationObject::kTable = {
     .matrix = hostSlot<EvaluationObject, &EvaluationObject::matrix, kEvalPhase>,
 };
 
-SlotMatrixObject::SlotMatrixObject(HostBinding& binding, EvaluationObject& evaluation, uint32_t index,
-                                   bool writing)
-    : HostObject(binding, evaluation.scene(), kZxIdMatrix, "Matrix", kTable.object, this),
-      m_Evaluation(&evaluation),
-      m_Index(index),
-      m_Writing(writing)
+SlotMatrixObject::SlotMatrixObject(HostBinding& binding)
+    : HostObject(binding, nullptr, kZxIdMatrix, "Matrix", kTable.object, this)
 {
+}
+
+void SlotMatrixObject::take(EvaluationObject& evaluation, uint32_t index, bool writing)
+{
+    m_Evaluation = &evaluation;
+    m_Run = evaluation.run();
+    m_Index = index;
+    m_Writing = writing;
+    addReference();
+}
+
+void SlotMatrixObject::forget(const EvaluationObject& evaluation)
+{
+    if (m_Evaluation == &evaluation)
+        m_Evaluation = nullptr;
+}
+
+SlotMatrixObject& SlotMatrices::take(EvaluationObject& evaluation, uint32_t index, bool writing)
+{
+    constexpr std::size_t kLeast = 128; // turns until one that was released comes back
+    constexpr int kTries = 4;
+    for (int i = 0; i < kTries && m_Ring.size() >= kLeast; ++i) {
+        m_Next = m_Next + 1 < m_Ring.size() ? m_Next + 1 : 0;
+        if (m_Ring[m_Next]->references() == 0) {
+            m_Ring[m_Next]->take(evaluation, index, writing);
+            return *m_Ring[m_Next];
+        }
+    }
+    SlotMatrixObject& made = m_Binding.make<SlotMatrixObject>();
+    made.setKept(true);
+    made.take(evaluation, index, writing);
+    made.releaseReference(); // the maker's own
+    m_Ring.push_back(&made);
+    return made;
+}
+
+void SlotMatrices::forget(const EvaluationObject& evaluation)
+{
+    for (SlotMatrixObject* matrix : m_Ring)
+        matrix->forget(evaluation);
 }
 
 zxresult SlotMatrixObject::get3x3(double* nine)

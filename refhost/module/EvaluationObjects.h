@@ -32,8 +32,6 @@ public:
     /// Counts the node's evaluations: a matrix lasts for one.
     std::uint64_t run() const { return m_Run; }
     void beginRun() { ++m_Run; }
-    /// Gives up the matrices; before the node goes.
-    void disposeMatrices();
 
     static const ZxEvaluationTable kTable;
 
@@ -44,12 +42,15 @@ private:
         m_Matrices; // by slot, first for reading, then for writing; null until asked for
 };
 
-/// The matrix of one slot, kept so that taking it allocates nothing.
+/// The matrix of one slot for one evaluation. It stands for another slot later on.
 class SlotMatrixObject final : public HostObject {
 public:
-    SlotMatrixObject(HostBinding& binding, EvaluationObject& evaluation, uint32_t index, bool writing);
+    explicit SlotMatrixObject(HostBinding& binding);
 
-    void take() { m_Run = m_Evaluation->run(); }
+    /// With a reference for the taker.
+    void take(EvaluationObject& evaluation, uint32_t index, bool writing);
+    /// The node goes.
+    void forget(const EvaluationObject& evaluation);
 
     zxresult get3x3(double* nine);
     zxresult getOffset(double* three);
@@ -59,12 +60,27 @@ public:
     static const ZxMatrixTable kTable;
 
 private:
-    bool lasts() const { return m_Run == m_Evaluation->run(); }
+    bool lasts() const { return m_Evaluation && m_Run == m_Evaluation->run(); }
 
-    EvaluationObject* m_Evaluation;
+    EvaluationObject* m_Evaluation = nullptr;
     std::uint64_t m_Run = 0;
-    uint32_t m_Index;
-    bool m_Writing;
+    uint32_t m_Index = 0;
+    bool m_Writing = false;
+};
+
+/// Matrices to hand out, in turn: taking one allocates nothing, few of them keep the memory warm, and one
+/// that was released refuses calls until its turn comes again.
+class SlotMatrices {
+public:
+    explicit SlotMatrices(HostBinding& binding) : m_Binding(binding) { }
+
+    SlotMatrixObject& take(EvaluationObject& evaluation, uint32_t index, bool writing);
+    void forget(const EvaluationObject& evaluation);
+
+private:
+    HostBinding& m_Binding;
+    std::vector<SlotMatrixObject*> m_Ring; // owned by the binding
+    std::size_t m_Next = 0;
 };
 
 /// A module's modifier in the host's list.

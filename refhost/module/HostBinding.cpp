@@ -2,6 +2,7 @@
 // Objects on the border: handing them out, counting, retiring, and taking them back when items and scenes go.
 #include "module/HostBinding.h"
 
+#include "module/EvaluationObjects.h"
 #include "module/PackageInstances.h"
 #include "module/SceneObjects.h"
 #include "refhost/Scene.h"
@@ -142,7 +143,10 @@ zxresult HostObject::release(ZxObject* self)
     return kZxOk;
 }
 
-HostBinding::HostBinding(Host& host) : m_Host(host), m_Instances(std::make_unique<PackageInstances>(*this))
+HostBinding::HostBinding(Host& host)
+    : m_Host(host),
+      m_Instances(std::make_unique<PackageInstances>(*this)),
+      m_Matrices(std::make_unique<SlotMatrices>(*this))
 {
     host.addListener(*this);
     for (const auto& scene : host.scenes())
@@ -254,7 +258,8 @@ void HostBinding::markAllGone()
 {
     const std::scoped_lock lock(m_Mutex);
     for (HostObject* object = m_First; object; object = object->m_Next)
-        object->markGone();
+        if (object->references() > 0)
+            object->markGone();
     m_Items.clear();
     m_Scenes.clear();
 }

@@ -20,6 +20,7 @@ class ItemObject;
 class PackageInstances;
 class SceneObject;
 class SceneWatch;
+class SlotMatrices;
 
 class HostBinding final : public HostListener {
 public:
@@ -28,6 +29,7 @@ public:
 
     Host& host() const { return m_Host; }
     PackageInstances& instances() { return *m_Instances; }
+    SlotMatrices& matrices() { return *m_Matrices; }
 
     // Objects
 
@@ -91,6 +93,7 @@ private:
     std::unordered_map<const Scene*, SceneObject*> m_Scenes;
     std::vector<SceneWatch*> m_Watches;
     std::unique_ptr<PackageInstances> m_Instances;
+    std::unique_ptr<SlotMatrices> m_Matrices;
 };
 
 /// A phase for the length of a block.

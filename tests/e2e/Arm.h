@@ -33,7 +33,6 @@ inline void expectSame(RigScene& scene, ExpectedRig& expected, double tolerance 
 {
     const std::vector<Matrix34> shown = scene.pose(expected.items());
     expected.evaluate();
-    if (getenv("DBG")) printf("diff %g from fk %g\n", difference(shown, expected.pose()), difference(shown, scene.animated(expected.items())));
     EXPECT_LE(difference(shown, expected.pose()), tolerance);
 }
 

@@ -60,6 +60,18 @@ TEST(BlendTests, ARootAtTheTopOfTheSceneHasNoParent)
     EXPECT_EQ(scene.pose({&root})[0], scene.matrix(root, "localMatrix"));
 }
 
+TEST(BlendTests, GoalsBelowAParentWithoutInverseAreTakenAsTheyStand)
+{
+    for (const Vector3& scale : {Vector3{0, 1, 1}, Vector3{0, 0, 0}, Vector3{0.02, 0.02, 0.02}}) {
+        SCOPED_TRACE(scale[0] + scale[1]);
+        Arm arm(at({3, -2, 1}, {20, -35, 50}, scale));
+        expectAsTold(arm, arm.base);
+    }
+    // Just above what counts as one.
+    Arm arm(at({3, -2, 1}, {20, -35, 50}, {0.0216, 0.0216, 0.0216}));
+    expectAsTold(arm, arm.base);
+}
+
 TEST(BlendTests, EnabledCountsInSetupModeAlone)
 {
     Arm arm(unevenParent());

@@ -67,6 +67,6 @@ private:
 };
 
 inline constexpr double kDoubleTolerance = 1e-12;
-inline constexpr double kSolvedTolerance = 2e-5;
+inline constexpr double kSolvedTolerance = 2e-6;
 
 } // namespace e2e

@@ -3,7 +3,6 @@
 // next nodes are as good as new.
 #include "e2e/Arm.h"
 
-#include <algorithm>
 #include <cmath>
 
 using namespace e2e;
@@ -51,34 +50,34 @@ TEST(FailureTests, AnyCallMayFailWhileNodesAreMadeAndRun)
 {
     SmallRig rig;
     rig.freshNodes();
-    std::uint64_t before = rig.modules().callCount();
-    const Pose undisturbed = rig.pose(rig.bones);
-    const std::uint64_t calls = rig.modules().callCount() - before;
-    ASSERT_GT(calls, 100u);
+    const std::uint64_t start = rig.modules().callCount();
+    ASSERT_EQ(rig.nodes("ikfb") + rig.nodes("iktask"), 2u);
+    const std::uint64_t making = rig.modules().callCount() - start;
+    const Pose undisturbed = rig.pose(rig.bones), animated = rig.animated(rig.bones);
+    const std::uint64_t calls = rig.modules().callCount() - start;
+    ASSERT_GT(making, 100u);
+    ASSERT_GT(calls, making + 100);
     EXPECT_EQ(rig.takeMessages(), std::vector<std::string>());
-    std::size_t silentWithoutNode = 0, told = 0, fellBack = 0;
+    std::string silent;
     for (std::uint64_t n = 1; n <= calls; ++n) {
         SCOPED_TRACE(n);
         rig.freshNodes();
         rig.modules().failCall(n);
+        (void)rig.nodes("ikfb");
+        (void)rig.nodes("iktask");
         const Pose shown = rig.pose(rig.bones);
         rig.modules().failCall(0);
         ASSERT_TRUE(isFinite(shown));
-        const bool wasTold = !rig.takeMessages().empty();
-        told += wasTold;
-        if (getenv("DBG")) printf("%lu told %d nodes %zu diff %g animdiff %g\n", n, wasTold, rig.nodes("ikfb"), difference(shown, undisturbed), difference(shown,rig.animated(rig.bones)));
-        if (!wasTold) {
-            silentWithoutNode += rig.nodes("ikfb") == 0;
-            fellBack += shown != undisturbed;
-        }
+        const bool told = !rig.takeMessages().empty();
+        // While nodes run, a failing read counts as 0 or off. While they are made, a rig is made in full, or
+        // left alone, or the user hears of it.
+        if (n <= making && !told && shown != undisturbed && difference(shown, animated) > 1e-6)
+            silent += ' ' + std::to_string(n);
         rig.freshNodes();
         ASSERT_EQ(rig.pose(rig.bones), undisturbed);
         ASSERT_EQ(rig.takeMessages(), std::vector<std::string>());
     }
-    RecordProperty("calls", static_cast<int>(calls));
-    RecordProperty("told", static_cast<int>(told));
-    RecordProperty("fellBack", static_cast<int>(fellBack));
-    EXPECT_EQ(silentWithoutNode, 0u);
+    EXPECT_EQ(silent, "") << "calls of " << making << " that make another rig without a word";
     expectNothingHeld(rig);
 }
 

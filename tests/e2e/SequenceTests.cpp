@@ -148,6 +148,20 @@ TEST(SequenceTests, TheLastToleranceStaysInForce)
     EXPECT_EQ(arm.pose(arm.bones), exact);
 }
 
+TEST(SequenceTests, WithoutRetargetingTheRestChannelsCountForAStartAlone)
+{
+    // The first solve of a node sets out with the errors of the figure as it was built.
+    Arm plain(unevenParent()), other(unevenParent());
+    other.setRest(other.base, at({0, 1, 0}, {0, 0, -40}));
+    (void)plain.pose(plain.bones);
+    ExpectedRig expected(other, other.base);
+    expectSame(other, expected);
+    plain.evaluation().invalidate();
+    other.evaluation().invalidate();
+    expectSame(other, expected);
+    EXPECT_EQ(other.pose(other.bones), plain.pose(plain.bones));
+}
+
 TEST(SequenceTests, TheSameSceneGivesTheSameBits)
 {
     Runner first(true, true), second(true, true);

@@ -154,9 +154,12 @@ TEST(TaskTests, ALinkThatComesOrGoesTakesEffectAtOnce)
     TaskArm arm;
     const Pose channels = arm.shown();
     Item& goal = arm.goalItem("goal", arm.tip, "pt", at({2, 1.5, 1}));
-    EXPECT_GT(difference(arm.shown(), channels), 1e-3);
-    expectAsTold(arm, arm.base);
-    arm.undo();
+    const Pose linked = arm.shown();
+    EXPECT_GT(difference(linked, channels), 1e-3);
+    arm.undo(); // of the link
     EXPECT_EQ(arm.shown(), channels);
+    ASSERT_TRUE(arm.scene().journal().redo().ok());
+    EXPECT_EQ(arm.shown(), linked);
+    expectAsTold(arm, arm.base);
     EXPECT_TRUE(goal.isAlive());
 }

@@ -58,11 +58,8 @@ protected:
     enum class SlotState : std::uint8_t { Number, Matrix, Other, Unavailable, Gone };
     /// Small, because a rig reads a thousand of them in every frame.
     struct Slot {
-        union {
-            double number = 0;
-            const Matrix34* matrix; ///< for reading
-        };
-        std::int32_t integer = 0; ///< of a channel for writing: place of the output, else -1
+        double number = 0;
+        std::int32_t integer = 0; ///< of a matrix: place among the node's inputs or outputs
         SlotState state = SlotState::Gone;
         ChannelMode mode = ChannelMode::Read;
         bool dirty = false;
