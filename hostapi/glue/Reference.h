@@ -86,4 +86,18 @@ public:
             wrapper.adopt(found);
         return wrapper;
     }
+    /// As `fetch`, but throws failures other than the answer that there is nothing. Empty when the holder is.
+    template <auto Slot, class Wrapper, class... A>
+    Wrapper fetchIfAny(A... arguments) const
+    {
+        ZxObject* found = nullptr;
+        Wrapper wrapper;
+        if (!object())
+            return wrapper;
+        if (const zxresult result = call<Slot>(arguments..., &found); succeeded(result))
+            wrapper.adopt(found);
+        else if (!isAbsent(result))
+            throw result;
+        return wrapper;
+    }
 };

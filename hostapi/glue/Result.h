@@ -10,6 +10,8 @@ constexpr bool succeeded(zxresult result) { return !failed(result); }
 constexpr bool isTrue(zxresult result) { return result == kZxTrue; }
 /// A predicate's no; a failure is neither yes nor no.
 constexpr bool isFalse(zxresult result) { return result == kZxFalse; }
+/// Nothing there, which is an answer rather than a fault.
+constexpr bool isAbsent(zxresult result) { return result == kZxNotFound || result == kZxOutOfRange; }
 /// A predicate's answer from a condition.
 constexpr zxresult answer(bool condition) { return condition ? kZxTrue : kZxFalse; }
 /// Throws a failure; for allocation and set-up, where the thunk turns it back into the result.
@@ -17,6 +19,12 @@ inline void check(zxresult result)
 {
     if (failed(result))
         throw result;
+}
+/// A predicate's yes or no; throws a failure.
+inline bool decided(zxresult result)
+{
+    check(result);
+    return isTrue(result);
 }
 
 constexpr bool operator==(const ZxId& a, const ZxId& b) { return a.high == b.high && a.low == b.low; }

@@ -8,35 +8,28 @@
 #include <zx/ZxGraph.h>
 #include <zx/ZxScene.h>
 
+/// Failures of the host are thrown.
 class CZxUser_ItemGraph : public CZxLocalize<ZxItemGraphTable> {
 public:
-    zxresult forwardCount(const CZxUser_Item& item, uint32_t* count) const
-    {
-        return call<&ZxItemGraphTable::forwardCount>(item.object(), count);
-    }
-    zxresult reverseCount(const CZxUser_Item& item, uint32_t* count) const
-    {
-        return call<&ZxItemGraphTable::reverseCount>(item.object(), count);
-    }
-    /// 0 when the count fails.
     uint32_t forwardCount(const CZxUser_Item& item) const
     {
         uint32_t count = 0;
-        return succeeded(forwardCount(item, &count)) ? count : 0;
+        check(call<&ZxItemGraphTable::forwardCount>(item.object(), &count));
+        return count;
     }
-    /// 0 when the count fails.
     uint32_t reverseCount(const CZxUser_Item& item) const
     {
         uint32_t count = 0;
-        return succeeded(reverseCount(item, &count)) ? count : 0;
+        check(call<&ZxItemGraphTable::reverseCount>(item.object(), &count));
+        return count;
     }
     CZxUser_Item forward(const CZxUser_Item& item, uint32_t index) const
     {
-        return fetch<&ZxItemGraphTable::forwardByIndex, CZxUser_Item>(item.object(), index);
+        return fetchIfAny<&ZxItemGraphTable::forwardByIndex, CZxUser_Item>(item.object(), index);
     }
     CZxUser_Item reverse(const CZxUser_Item& item, uint32_t index) const
     {
-        return fetch<&ZxItemGraphTable::reverseByIndex, CZxUser_Item>(item.object(), index);
+        return fetchIfAny<&ZxItemGraphTable::reverseByIndex, CZxUser_Item>(item.object(), index);
     }
 };
 
@@ -76,25 +69,27 @@ public:
     CZxUser_ItemGraph itemGraph(const char* name) const
     {
         CZxUser_ItemGraph graph;
-        graph.query(fetch<&ZxSceneTable::graph, CZxLocalizedObject>(name).object(), kZxIdItemGraph);
+        if (const auto found = fetchIfAny<&ZxSceneTable::graph, CZxLocalizedObject>(name))
+            check(graph.query(found.object(), kZxIdItemGraph));
         return graph;
     }
     CZxUser_ChannelGraph channelGraph(const char* name) const
     {
         CZxUser_ChannelGraph graph;
-        graph.query(fetch<&ZxSceneTable::graph, CZxLocalizedObject>(name).object(), kZxIdChannelGraph);
+        if (const auto found = fetchIfAny<&ZxSceneTable::graph, CZxLocalizedObject>(name))
+            check(graph.query(found.object(), kZxIdChannelGraph));
         return graph;
     }
     /// `action` null reads evaluated values.
     CZxUser_ChannelRead channelRead(const char* action, double time) const
     {
-        return fetch<&ZxSceneTable::channelRead, CZxUser_ChannelRead>(action, time);
+        return fetchIfAny<&ZxSceneTable::channelRead, CZxUser_ChannelRead>(action, time);
     }
     bool isSetupMode() const { return isTrue(call<&ZxSceneTable::isSetupMode>()); }
 };
 
-/// The scene that an item belongs to; empty on failure.
+/// The scene that an item belongs to. Throws the host's failure.
 inline CZxUser_Scene sceneOf(const CZxUser_Item& item)
 {
-    return item.fetch<&ZxItemTable::scene, CZxUser_Scene>();
+    return item.fetchIfAny<&ZxItemTable::scene, CZxUser_Scene>();
 }

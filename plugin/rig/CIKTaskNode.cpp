@@ -34,7 +34,7 @@ void CIKTaskNode::addSide(Side& side, const CZxUser_Item& joint, const CZxUser_I
     side.matrix = add("Matrix", kZxWrite);
     side.linkIndex = add("LinkIndex", kZxRead);
     side.links.clear();
-    for (uint32_t i = 0, count = ikTasks.forwardCount(joint); i < count; ++i) {
+    for (uint32_t i = 0, count = ikTasks ? ikTasks.forwardCount(joint) : 0; i < count; ++i) {
         const CZxUser_Item linked = ikTasks.forward(joint, i);
         if (!linked)
             throw kZxFailure; // a list with a gap would move the later indices

@@ -44,10 +44,7 @@ zxresult CMarionetModifier::next(ZxObject** item, uint32_t* attributeIndex)
         const CZxUser_Item root = solver.parent();
         if (!root)
             continue;
-        uint32_t reverse = 0, forward = 0;
-        check(m_Refs.reverseCount(root, &reverse));
-        check(m_Refs.forwardCount(root, &forward));
-        if (reverse == 0 && forward > 0) {
+        if (m_Refs.reverseCount(root) == 0 && m_Refs.forwardCount(root) > 0) {
             *item = solver.detach();
             return kZxOk;
         }

@@ -82,9 +82,9 @@ void CMarionetNode::allocate(const CZxUser_Item& solver, const CZxUser_Evaluatio
     const CZxUser_Scene scene = sceneOf(solver);
     const CZxUser_ItemGraph ikRefs = scene.itemGraph("ikRefs");
     const CZxUser_ChannelRead rest = scene.channelRead("edit", 0.0);
-    if (!root || !ikRefs || !rest)
-        throw kZxFailure;
     const uint32_t solverType = TypeCode("ikFullBody");
+    if (!root || !ikRefs || !rest || solverType == 0)
+        throw kZxFailure;
     WalkRig(ikRefs, root, [&](const CZxUser_Item& item) { visit(ikRefs, rest, item, solverType); });
 
     for (std::size_t i = 0; i < m_Bones.size(); ++i) { // not before: the records moved while they were added

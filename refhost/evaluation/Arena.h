@@ -21,7 +21,7 @@ public:
     T& emplace_back(A&&... arguments)
     {
         if (m_Blocks.empty() || m_Used == kBlockSize) {
-            m_Blocks.push_back(std::make_unique<Slot[]>(kBlockSize));
+            m_Blocks.push_back(std::make_unique_for_overwrite<Slot[]>(kBlockSize));
             m_Used = 0;
         }
         T* made = new (m_Blocks.back()[m_Used].bytes) T(std::forward<A>(arguments)...);

@@ -331,9 +331,8 @@ void EvalGraph::runNode(NodeVertex& node)
     else if (node.failed)
         problem =
             node.label() + " failed: " + result.message + " Its channels show what they would be without it.";
-    if (problem != node.toldProblem && !problem.empty())
-        m_Evaluation.tell(problem);
-    node.toldProblem = std::move(problem);
+    if (!problem.empty() || !m_Evaluation.m_Told.empty())
+        m_Evaluation.tellAbout(*this, node.label(), std::move(problem));
 }
 
 void EvalGraph::watchTime(Vertex& vertex)
@@ -426,8 +425,7 @@ void EvalGraph::breakCircle(std::size_t base, Vertex& again)
         best.vertex->cut = true;
         text += "The link to '" + best.channel->label() + "' is left out";
     }
-    if (m_ToldCircles.insert(text).second)
-        m_Evaluation.tell(text + "; take one of these links away.");
+    m_Evaluation.tellCircle(text + "; take one of these links away.");
     while (m_Stack.size() > base) {
         m_Stack.back().vertex->busy = false;
         m_Stack.pop_back();

@@ -6,7 +6,6 @@
 #include "evaluation/EvalVertex.h"
 #include "refhost/Evaluation.h"
 
-#include <set>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -51,7 +50,6 @@ public:
     void modifierRemoving(Modifier& modifier);
     /// Item or package is about to go.
     void loseChannels(const Change& change);
-    void forgetTold() { m_ToldCircles.clear(); }
 
     // For nodes
     void ensure(Vertex& vertex);
@@ -142,7 +140,6 @@ private:
     std::vector<Vertex*> m_Timed;
     std::vector<Vertex*> m_Invalidating;
     std::vector<Frame> m_Stack;
-    std::set<std::string> m_ToldCircles;
 };
 
 /// The channels of an item that transforms are made of; null where the item has none such.

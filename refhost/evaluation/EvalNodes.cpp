@@ -159,9 +159,7 @@ void EvalGraph::makeNodes(ModifierSet& set)
     std::string all;
     for (const std::string& problem : problems)
         all += all.empty() ? problem : "\n" + problem;
-    if (!all.empty() && all != set.toldProblem)
-        m_Evaluation.tell(all);
-    set.toldProblem = std::move(all);
+    m_Evaluation.tellAbout(*this, "'" + modifier.name() + "'", std::move(all));
 }
 
 void EvalGraph::listWriters()

@@ -198,7 +198,6 @@ struct NodeVertex final : Vertex, NodeChannels {
     bool bound = false;
     bool failed = false; ///< in the last run: its outputs show what is without it
     bool refused = false; ///< in the last run numbers were refused
-    std::string toldProblem; ///< what the user was told last; empty after a run without a problem
     std::unique_ptr<ModifierNode> node;
 };
 
@@ -207,7 +206,6 @@ struct ModifierSet {
     Modifier* modifier = nullptr;
     std::vector<std::unique_ptr<NodeVertex>> nodes;
     bool stale = true;
-    std::string toldProblem;
 };
 
 } // namespace refhost

@@ -161,7 +161,28 @@ Evaluation::~Evaluation()
     m_Scene.removeListener(*this);
 }
 
-void Evaluation::tell(const std::string& problem) { m_Scene.host().tell(MessageLevel::Error, problem); }
+/// Tells a problem once, until there was none or another in between; both graphs may have the same one.
+void Evaluation::tellAbout(const EvalGraph& graph, const std::string& what, std::string problem)
+{
+    if (problem.empty()) {
+        if (!m_Told.empty())
+            m_Told.erase({what, &graph});
+        return;
+    }
+    const auto first = m_Told.lower_bound({what, nullptr});
+    const bool isKnown = std::any_of(first, m_Told.end(), [&](const auto& told) {
+        return told.first.first == what && told.second == problem;
+    });
+    if (!isKnown)
+        m_Scene.host().tell(MessageLevel::Error, problem);
+    m_Told[{what, &graph}] = std::move(problem);
+}
+
+void Evaluation::tellCircle(const std::string& text)
+{
+    if (m_ToldCircles.insert(text).second)
+        m_Scene.host().tell(MessageLevel::Error, text);
+}
 
 void Evaluation::countMaking(const Modifier& modifier)
 {
@@ -323,7 +344,6 @@ void Evaluation::afterChange(Scene&, const Change& change)
         case Effect::Structure:
         case Effect::Removal:
             graph->drop();
-            graph->forgetTold();
             break;
         case Effect::Mode:
             graph->invalidateAll();
@@ -341,6 +361,10 @@ void Evaluation::afterChange(Scene&, const Change& change)
     }
     if (effect == Effect::Time)
         m_Now->setTime(m_Scene.host().time());
+    // What can open a circle: one that is closed again is news.
+    if (effect == Effect::Removal || change.kind == ChangeKind::ChannelLinkRemoved
+        || change.kind == ChangeKind::ItemReparented)
+        m_ToldCircles.clear();
 }
 
 void Evaluation::modifierAdded(Modifier& modifier)

@@ -227,6 +227,8 @@ Result NodeVertex::run()
 
 void NodeVertex::unbind()
 {
+    if (!bound && !dependents)
+        return;
     dependents = nullptr;
     valid = busy = bound = false;
     for (std::size_t i = 0; i < sources.size(); ++i) {

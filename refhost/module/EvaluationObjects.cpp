@@ -27,6 +27,21 @@ zxresult resultOf(ChannelAnswer answer)
     return kZxFailure;
 }
 
+/// What a modifier that gave up says, and what to look for where its code tells.
+std::string reasonOf(zxresult result)
+{
+    std::string reason = resultText(result) + ".";
+    if (result == kZxAborted)
+        reason += " The links that it follows run in a circle; delete the one that closes it.";
+    else if (result == kZxOutOfRange)
+        reason +=
+            " An index points past the end of what it counts; look for a link index beyond the linked items.";
+    else if (result == kZxNotFound)
+        reason +=
+            " An item lacks a channel that it needs; look at the packages of the items that it works on.";
+    return reason;
+}
+
 class ModuleNode final : public ModifierNode {
 public:
     /// Takes over a reference to the node, and the evaluation object.
@@ -50,7 +65,7 @@ public:
         m_Evaluation.beginRun();
         const zxresult result = m_Node.call<&ZxModifierTable::evaluate>();
         m_Evaluation.beginRun(); // what was taken ends here
-        return failed(result) ? Result::failure(resultText(result) + ".") : Result{};
+        return failed(result) ? Result::failure(reasonOf(result)) : Result{};
     }
     std::optional<double> figure(const char* name) override
     {
@@ -263,7 +278,7 @@ ResultOf<std::unique_ptr<ModifierNode>> ModuleModifier::allocate(const ModifierT
         result = kZxFailure;
     if (failed(result)) {
         m_Binding.dispose(evaluation);
-        return Answer::failure(resultText(result) + ".");
+        return Answer::failure(reasonOf(result));
     }
     Answer made;
     made.value = std::make_unique<ModuleNode>(m_Binding, node, evaluation);

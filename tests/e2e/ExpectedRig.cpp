@@ -166,8 +166,8 @@ void ExpectedRig::evaluate()
                 m_ParentWorld.linear.m[r][c] *= scale.m[c][c];
         }
         m_ParentWorld.offset = m_Scene.matrix(*parent, "wposMatrix").offset;
-        m_ParentWorldInverse = inverseOr(m_ParentWorld, {});
-        m_ParentRotationInverse = inverseOr({m_ParentRotation, {}}, {}).linear;
+        m_ParentWorldInverse = inverseOr(m_ParentWorld, m_ParentWorld);
+        m_ParentRotationInverse = inverseOr({m_ParentRotation, {}}, {m_ParentRotation, {}}).linear;
     }
     configureBones();
     configureTasks();

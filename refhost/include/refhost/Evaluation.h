@@ -7,10 +7,13 @@
 #include "refhost/Transforms.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace refhost {
@@ -103,13 +106,16 @@ private:
     EvalGraph& graphAt(double timeSeconds);
     void freeze(const EvalGraph* only);
     bool canEvaluate(const Channel& channel) const;
-    void tell(const std::string& problem);
+    void tellAbout(const EvalGraph& graph, const std::string& what, std::string problem);
+    void tellCircle(const std::string& text);
     void countMaking(const Modifier& modifier);
 
     Scene& m_Scene;
     std::unique_ptr<EvalGraph> m_Now, m_Other;
     std::vector<EvaluatedRead*> m_Reads;
     std::vector<std::pair<std::string, std::uint64_t>> m_Makings;
+    std::map<std::pair<std::string, const EvalGraph*>, std::string> m_Told; // what is wrong now
+    std::set<std::string> m_ToldCircles;
     std::uint64_t m_EvaluationCount = 0;
     int m_Busy = 0; // nodes being made or evaluated
 };

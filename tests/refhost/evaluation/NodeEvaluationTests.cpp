@@ -313,6 +313,9 @@ TEST_F(NodeEvaluationTests, AFailingNodeShowsWhatIsWithoutItAndTriesAgain)
     evaluation.read(0);
     EXPECT_EQ(world(below), (Vector3{7, 0, 0}));
     EXPECT_EQ(modifier->runs, 2);
+    ASSERT_TRUE(scene.resetModifier("mover").ok());
+    world(below);
+    world(below, 3); // another node, the same news
     EXPECT_EQ(messages.size(), 1u);
     answer = {};
     evaluation.read(0);
@@ -320,7 +323,16 @@ TEST_F(NodeEvaluationTests, AFailingNodeShowsWhatIsWithoutItAndTriesAgain)
     world(goal);
     EXPECT_EQ(answers.back(), ChannelAnswer::Ok);
     answer = Result::failure("out of luck.");
-    set(top, "visible", 1);
+    set(top, "visible", 2);
+    world(below);
+    EXPECT_EQ(messages.size(), 1u); // at the other time it still fails
+    world(below, 3);
+    answer = {};
+    evaluation.invalidate();
+    world(below);
+    world(below, 3);
+    answer = Result::failure("out of luck.");
+    evaluation.invalidate();
     world(below);
     EXPECT_EQ(messages.size(), 2u); // it had worked in between
 }
