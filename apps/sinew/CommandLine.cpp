@@ -167,8 +167,10 @@ void addCheck(CLI::App& program, Action& action)
 void addRun(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<RunOptions>();
-    CLI::App* command = program.add_subcommand("run", "Runs a script of host and rig commands without a window.");
-    command->add_option("SCRIPT", options->script, "text file with one command a line; - for the standard input")
+    CLI::App* command =
+        program.add_subcommand("run", "Runs a script of host and rig commands without a window.");
+    command
+        ->add_option("SCRIPT", options->script, "text file with one command a line; - for the standard input")
         ->type_name("")
         ->required();
     command->add_option("--module", options->module, "load this module; without: the plug-in of this program")
@@ -178,19 +180,20 @@ void addRun(CLI::App& program, Action& action)
                       "go on behind a line that failed; the exit code is\n2 all the same");
     command->add_flag("--echo", options->echo, "write each line before what it prints");
     command->add_flag("--json", options->json, "write one JSON object for each command");
-    command->footer("A script begins in an empty scene. Every command is one undo step; a command that fails\n"
-                    "leaves the scene as it was and ends the script. The commands `commands` and `help NAME`\n"
-                    "tell what there is.\n"
-                    "Exit codes: 0 done, 2 bad input or a command that failed, 3 internal error.\n\n"
-                    "Example script:\n"
-                    "  scene.import file:walk.bvh\n"
-                    "  item.create name:Goal\n"
-                    "  channel.set item:Goal channel:pos.Y value:1.5   # in the scene's unit\n"
-                    "  query item:Goal channel:worldMatrix\n"
-                    "  scene.save file:walk.sinew.json\n\n"
-                    "Examples:\n"
-                    "  sinew run walk.txt\n"
-                    "  echo commands | sinew run -\n");
+    command->footer(
+        "A script begins in an empty scene. Every command is one undo step; a command that fails\n"
+        "leaves the scene as it was and ends the script. The commands `commands` and `help NAME`\n"
+        "tell what there is.\n"
+        "Exit codes: 0 done, 2 bad input or a command that failed, 3 internal error.\n\n"
+        "Example script:\n"
+        "  scene.import file:walk.bvh\n"
+        "  item.create name:Goal\n"
+        "  channel.set item:Goal channel:pos.Y value:1.5   # in the scene's unit\n"
+        "  query item:Goal channel:worldMatrix\n"
+        "  scene.save file:walk.sinew.json\n\n"
+        "Examples:\n"
+        "  sinew run walk.txt\n"
+        "  echo commands | sinew run -\n");
     command->callback([options, &action] { action = [options] { return runScript(*options); }; });
 }
 

@@ -51,11 +51,22 @@ std::optional<std::size_t> KeyList::find(double time) const
     return found;
 }
 
+bool KeyList::isSegment(std::size_t index, double time) const
+{
+    return index < m_Keys.size() && m_Keys[index].time <= time
+        && (index + 1 == m_Keys.size() || time < m_Keys[index + 1].time);
+}
+
 std::size_t KeyList::segment(double time) const
 {
+    if (isSegment(m_LastSegment, time))
+        return m_LastSegment;
+    if (isSegment(m_LastSegment + 1, time))
+        return ++m_LastSegment;
     const auto after = std::upper_bound(m_Keys.begin(), m_Keys.end(), time,
                                         [](double t, const Key& key) { return t < key.time; });
-    return after == m_Keys.begin() ? 0 : static_cast<std::size_t>(after - m_Keys.begin()) - 1;
+    m_LastSegment = after == m_Keys.begin() ? 0 : static_cast<std::size_t>(after - m_Keys.begin()) - 1;
+    return m_LastSegment;
 }
 
 double KeyList::sample(double time) const

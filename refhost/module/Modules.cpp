@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kModuleFile = "ik.zx";
 /// Folders beside the running program's, in order of trying.
-constexpr const char* kModuleFolders[] = {".", "../lib/sinew", "../lib", "../bin"};
+constexpr const char* kModuleFolders[] = {"", "../lib/sinew", "../lib"};
 
 std::string fileName(const std::string& path) { return std::filesystem::path(path).filename().string(); }
 

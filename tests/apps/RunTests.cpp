@@ -125,4 +125,19 @@ TEST(RunCommand, ASceneIsSavedAndRunAgainFromItsFile)
     EXPECT_EQ(run.read("walk.sinew.json"), run.read("again.sinew.json"));
 }
 
+TEST(RunCommand, TheExampleRigReachesItsGoal)
+{
+    const ProgramRun run;
+    const ProgramResult result = run({"run", SINEW_EXAMPLES "/ArmByHand.sinew", "--json"});
+    ASSERT_EQ(result.code, 0) << result.err;
+    std::istringstream lines(result.out);
+    std::string line, last;
+    while (std::getline(lines, line))
+        last = line;
+    const app::Json hand = app::Json::parse(last).at("output").at(0).at("value");
+    const double goal[3] = {1, 2.5, 0.5};
+    for (std::size_t row = 0; row < 3; ++row)
+        EXPECT_NEAR(hand.at(row).at(3).get<double>(), goal[row], 0.01);
+}
+
 } // namespace

@@ -55,10 +55,13 @@ public:
     /// False when there is no key at this time.
     bool remove(double time);
 
-    bool operator==(const KeyList&) const = default;
+    bool operator==(const KeyList& other) const { return m_Keys == other.m_Keys && m_Texts == other.m_Texts; }
 
 private:
+    bool isSegment(std::size_t index, double time) const;
+
     std::vector<Key> m_Keys;
+    mutable std::size_t m_LastSegment = 0; // time mostly goes on from where it was; no part of the value
     std::vector<std::string> m_Texts; // beside m_Keys, or empty when no key has a text
 };
 

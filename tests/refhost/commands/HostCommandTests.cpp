@@ -160,9 +160,10 @@ TEST(HostCommands, QueriesAnswerProgramsInJson)
               R"({"item":"Arm","channel":"visible","type":"boolean","value":true})");
     EXPECT_EQ(session.ask("query Arm scl.X json:on action:setup"),
               R"({"item":"Arm","channel":"scl.X","type":"float","value":1.0})");
-    EXPECT_NE(session.ask("query Arm localMatrix action:setup json:true")
-                  .find(R"("value":[[1.0,0.0,0.0,0.0],[0.0,1.0,0.0,0.0],[0.0,0.0,1.0,0.0],[0.0,0.0,0.0,1.0]])"),
-              std::string::npos);
+    EXPECT_NE(
+        session.ask("query Arm localMatrix action:setup json:true")
+            .find(R"("value":[[1.0,0.0,0.0,0.0],[0.0,1.0,0.0,0.0],[0.0,0.0,1.0,0.0],[0.0,0.0,0.0,1.0]])"),
+        std::string::npos);
     EXPECT_NE(session.ask("items json:true").find(R"("type":"locator","parent":null,"packages":[])"),
               std::string::npos);
 }
