@@ -2,24 +2,21 @@
 // The evaluation server of rigs: one node for each rig of a scene.
 #pragma once
 
-#include "host/CZxEvaluation.h"
-#include "host/CZxPackage.h"
-#include "host/CZxScene.h"
+#include "rig/CRigModifier.h"
 
-class CMarionetModifier final : public CZxImpl_EvalModifier, public CZxImpl_StaticDesc {
+class CMarionetModifier final : public CRigModifier {
 public:
-    zxresult reset(ZxObject* scene) override;
-    zxresult next(ZxObject** item, uint32_t* attributeIndex) override;
+    CMarionetModifier() : CRigModifier("ikFullBody") { }
+
     zxresult allocate(ZxObject* item, uint32_t attributeIndex, ZxObject* evaluation,
                       ZxObject** node) override;
 
 protected:
     std::span<const TagRow> tags() const override;
+    void takeGraphs(const CZxUser_Scene& scene) override;
+    bool wantsNode(const CZxUser_Item& item) const override;
 
 private:
-    CZxUser_Scene m_Scene;
     CZxUser_ItemGraph m_Refs;
-    uint32_t m_SolverType = 0;
-    uint32_t m_ItemCount = 0;
-    uint32_t m_Index = 0;
+    CZxUser_ItemGraph m_Retarget; // looked up so that the host has it; evaluation doesn't walk it
 };

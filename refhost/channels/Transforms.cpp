@@ -2,7 +2,9 @@
 // Rotation orders, composing and taking apart the host's transforms.
 #include "refhost/Transforms.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace refhost {
@@ -223,6 +225,43 @@ Vector3 eulerFromMatrix(const Matrix33& m, int orderIndex)
     out[static_cast<std::size_t>(i)] = plainZero(sign * a);
     out[static_cast<std::size_t>(j)] = plainZero(sign * b);
     out[static_cast<std::size_t>(k)] = plainZero(sign * g);
+    return out;
+}
+
+std::array<double, 4> quaternionFromMatrix(const Matrix33& m)
+{
+    const std::array<double, 4> squares = {1 + m[0][0] - m[1][1] - m[2][2], 1 - m[0][0] + m[1][1] - m[2][2],
+                                           1 - m[0][0] - m[1][1] + m[2][2], 1 + m[0][0] + m[1][1] + m[2][2]};
+    // The largest component first, so that nothing is divided by a small one.
+    const auto largest =
+        static_cast<std::size_t>(std::max_element(squares.begin(), squares.end()) - squares.begin());
+    // Sums and differences of mirrored elements, by pair of components.
+    const double xy = m[1][0] + m[0][1], yz = m[2][1] + m[1][2], zx = m[0][2] + m[2][0];
+    const double xw = m[2][1] - m[1][2], yw = m[0][2] - m[2][0], zw = m[1][0] - m[0][1];
+    const double products[4][4] = {{squares[0], xy, zx, xw},
+                                   {xy, squares[1], yz, yw},
+                                   {zx, yz, squares[2], zw},
+                                   {xw, yw, zw, squares[3]}};
+    const double scale = 0.5 / std::sqrt(std::max(squares[largest], 1e-300));
+    std::array<double, 4> out{};
+    for (std::size_t i = 0; i < 4; ++i)
+        out[i] = products[largest][i] * scale;
+    return out;
+}
+
+Matrix33 matrixFromQuaternion(const std::array<double, 4>& q)
+{
+    const double x = q[0], y = q[1], z = q[2], w = q[3];
+    Matrix33 out;
+    out[0][0] = 1 - 2 * (y * y + z * z);
+    out[0][1] = 2 * (x * y - z * w);
+    out[0][2] = 2 * (x * z + y * w);
+    out[1][0] = 2 * (x * y + z * w);
+    out[1][1] = 1 - 2 * (x * x + z * z);
+    out[1][2] = 2 * (y * z - x * w);
+    out[2][0] = 2 * (x * z - y * w);
+    out[2][1] = 2 * (y * z + x * w);
+    out[2][2] = 1 - 2 * (x * x + y * y);
     return out;
 }
 

@@ -52,43 +52,6 @@ ResultOf<Found> findSource(const Scene& scene, const Item* root)
     return answer;
 }
 
-/// The larger of the four components is computed first: no small divisor.
-std::array<double, 4> quaternionOf(const Matrix33& m)
-{
-    const std::array<double, 4> squares = {1 + m[0][0] - m[1][1] - m[2][2], 1 - m[0][0] + m[1][1] - m[2][2],
-                                           1 - m[0][0] - m[1][1] + m[2][2], 1 + m[0][0] + m[1][1] + m[2][2]};
-    const auto largest =
-        static_cast<std::size_t>(std::max_element(squares.begin(), squares.end()) - squares.begin());
-    // Sums and differences of mirrored elements, by pair of components.
-    const double xy = m[1][0] + m[0][1], yz = m[2][1] + m[1][2], zx = m[0][2] + m[2][0];
-    const double xw = m[2][1] - m[1][2], yw = m[0][2] - m[2][0], zw = m[1][0] - m[0][1];
-    const double products[4][4] = {{squares[0], xy, zx, xw},
-                                   {xy, squares[1], yz, yw},
-                                   {zx, yz, squares[2], zw},
-                                   {xw, yw, zw, squares[3]}};
-    const double scale = 0.5 / std::sqrt(std::max(squares[largest], 1e-300));
-    std::array<double, 4> out{};
-    for (std::size_t i = 0; i < 4; ++i)
-        out[i] = products[largest][i] * scale;
-    return out;
-}
-
-Matrix33 matrixOf(const std::array<double, 4>& q)
-{
-    const double x = q[0], y = q[1], z = q[2], w = q[3];
-    Matrix33 out;
-    out[0][0] = 1 - 2 * (y * y + z * z);
-    out[0][1] = 2 * (x * y - z * w);
-    out[0][2] = 2 * (x * z + y * w);
-    out[1][0] = 2 * (x * y + z * w);
-    out[1][1] = 1 - 2 * (x * x + z * z);
-    out[1][2] = 2 * (y * z - x * w);
-    out[2][0] = 2 * (x * z - y * w);
-    out[2][1] = 2 * (y * z + x * w);
-    out[2][2] = 1 - 2 * (x * x + y * y);
-    return out;
-}
-
 class Exporter {
 public:
     Exporter(Scene& scene, const MotionSource& source, formats::BvhMotion& motion)
@@ -138,7 +101,7 @@ private:
             const Matrix34 above = parent < 0 ? Matrix34{} : world[static_cast<std::size_t>(parent)];
             const std::optional<Matrix34> found = evaluated(m_Joints[i], time);
             if (!found) {
-                world[i] = above * Matrix34{matrixOf(pose[i].rotation), pose[i].translation};
+                world[i] = above * Matrix34{matrixFromQuaternion(pose[i].rotation), pose[i].translation};
                 continue;
             }
             world[i] = *found;
@@ -146,7 +109,7 @@ private:
             const Vector3 step = {world[i].offset[0] - above.offset[0], world[i].offset[1] - above.offset[1],
                                   world[i].offset[2] - above.offset[2]};
             pose[i].translation = back * step;
-            pose[i].rotation = quaternionOf(back * world[i].linear);
+            pose[i].rotation = quaternionFromMatrix(back * world[i].linear);
         }
         return pose;
     }

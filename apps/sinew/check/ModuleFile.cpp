@@ -47,8 +47,8 @@ std::vector<std::string> exportedSymbols(const std::string& path)
         throw BadInput(
             fmt::format("{}: there is no such file; give the path of a built module, such as ik.zx", path));
     std::ifstream stream(path, std::ios::binary);
-    const std::vector<char> bytes(std::istreambuf_iterator<char>(stream), {});
-    if (!stream && bytes.empty())
+    std::vector<char> bytes(static_cast<std::size_t>(std::filesystem::file_size(path, error)));
+    if (error || !stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
         throw BadInput(fmt::format("{}: the file can't be read; check its permissions", path));
     if (bytes.size() < sizeof(Elf64_Ehdr) || std::memcmp(bytes.data(), ELFMAG, SELFMAG) != 0
         || bytes[EI_CLASS] != ELFCLASS64)

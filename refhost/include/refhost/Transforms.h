@@ -61,6 +61,11 @@ Matrix33 matrixFromEuler(const Vector3& radians, int orderIndex);
 /// turn the third angle is 0.
 Vector3 eulerFromMatrix(const Matrix33& rotation, int orderIndex);
 
+/// Unit quaternion x, y, z, w of a rotation; either of the two that stand for it.
+std::array<double, 4> quaternionFromMatrix(const Matrix33& rotation);
+/// Rotation of a unit quaternion x, y, z, w.
+Matrix33 matrixFromQuaternion(const std::array<double, 4>& q);
+
 /// What the transform items of an item say; the rotation is in radians.
 struct LocalParts {
     Vector3 position{};
