@@ -56,8 +56,9 @@ static const ZxId kZxIdContext = {0x7a017b3296268449ull, 0xe0db9e4a351aca5cull};
 /** The application context: the door to the host's global services. */
 typedef struct ZxContextTable {
     ZxObjectOps object;
-    /** [any] The service with this interface (SceneService, SelectionService, ScenePacketTranslation);
-     *  kZxNotFound if the host has none such. The caller releases it. */
+    /** [any] The service with this interface (SceneService, SelectionService, ScenePacketTranslation,
+     * ItemPacketTranslation, CommandService); kZxNotFound if the host has none such. The caller releases it.
+     */
     zxresult (*service)(ZxObject* self, const ZxId* interfaceId, ZxObject** service);
 } ZxContextTable;
 

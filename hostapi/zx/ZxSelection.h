@@ -33,6 +33,35 @@ typedef struct ZxScenePacketTranslationTable {
     zxresult (*scene)(ZxObject* self, ZxObject* packet, ZxObject** scene);
 } ZxScenePacketTranslationTable;
 
+static const ZxId kZxIdSelectionList = {0x214712d2b595a1bbull, 0x5d38b842cb4505d7ull};
+
+/** The packets of each type, and changing them; asked of the selection service. */
+typedef struct ZxSelectionListTable {
+    ZxObjectOps object;
+    /** [any] Number of packets of the type. */
+    zxresult (*count)(ZxObject* self, uint32_t typeCode, uint32_t* count);
+    /** [any] Packet `index` in order of selection; kZxOutOfRange past the end. The caller releases it. */
+    zxresult (*byIndex)(ZxObject* self, uint32_t typeCode, uint32_t index, ZxObject** packet);
+    /** [any] Predicate: whether the packet is selected. */
+    zxresult (*isSelected)(ZxObject* self, ZxObject* packet);
+    /** [edit] Selects the packet behind the others; one that is selected stays where it is. */
+    zxresult (*select)(ZxObject* self, ZxObject* packet);
+    /** [edit] Unselects all packets of the type. */
+    zxresult (*clear)(ZxObject* self, uint32_t typeCode);
+} ZxSelectionListTable;
+
+static const ZxId kZxIdItemPacketTranslation = {0xd17153ebcfc6320bull, 0x6acd228578e55571ull};
+
+/** Between packets of the type "item" and items; a global service. */
+typedef struct ZxItemPacketTranslationTable {
+    ZxObjectOps object;
+    /** [any] Item of the packet; kZxInvalidArgument if the packet stands for something else. The caller
+     * releases it. */
+    zxresult (*item)(ZxObject* self, ZxObject* packet, ZxObject** item);
+    /** [any] Packet of the item; the caller releases it. */
+    zxresult (*packet)(ZxObject* self, ZxObject* item, ZxObject** packet);
+} ZxItemPacketTranslationTable;
+
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <glue/Reference.h>
+#include <zx/ZxEdit.h>
 #include <zx/ZxItem.h>
 
 /// Questions of an empty wrapper are answered as if there were nothing; failures of the host are thrown.
@@ -51,4 +52,53 @@ public:
         check(result);
         return index;
     }
+
+    // Changes; each throws the host's failure.
+
+    void setName(const char* name) const { check(edit().call<&ZxItemEditTable::setName>(name)); }
+    void setParent(const CZxUser_Item& parent) const
+    {
+        check(edit().call<&ZxItemEditTable::setParent>(parent.object()));
+    }
+    /// A package that is there changes nothing.
+    void addPackage(const char* package) const { check(edit().call<&ZxItemEditTable::addPackage>(package)); }
+    /// A package that is not there changes nothing.
+    void removePackage(const char* package) const
+    {
+        if (const zxresult result = edit().call<&ZxItemEditTable::removePackage>(package);
+            result != kZxNotFound)
+            check(result);
+    }
+
+private:
+    CZxLocalize<ZxItemEditTable> edit() const
+    {
+        CZxLocalize<ZxItemEditTable> edit;
+        edit.query(object(), kZxIdItemEdit);
+        return edit;
+    }
 };
+
+/// String tags of an item or a scene.
+class CZxUser_StringTag : public CZxLocalize<ZxStringTagTable> {
+public:
+    explicit CZxUser_StringTag(const CZxObject& owner) { query(owner.object(), kZxIdStringTag); }
+
+    /// Null when there is no such tag; lasts until the tag changes.
+    const char* get(uint32_t code) const
+    {
+        const char* text = nullptr;
+        return succeeded(call<&ZxStringTagTable::get>(code, &text)) ? text : nullptr;
+    }
+    /// Null clears the tag. Throws the host's failure.
+    void set(uint32_t code, const char* text) const { check(call<&ZxStringTagTable::set>(code, text)); }
+};
+
+/// Four characters as a tag's code.
+constexpr uint32_t TagCode(const char (&four)[5])
+{
+    return static_cast<uint32_t>(static_cast<unsigned char>(four[0])) << 24
+        | static_cast<uint32_t>(static_cast<unsigned char>(four[1])) << 16
+        | static_cast<uint32_t>(static_cast<unsigned char>(four[2])) << 8
+        | static_cast<unsigned char>(four[3]);
+}

@@ -5,6 +5,7 @@
 #include "host/CZxItem.h"
 
 #include <zx/ZxChannel.h>
+#include <zx/ZxEdit.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxScene.h>
 
@@ -33,11 +34,54 @@ public:
     }
 };
 
+/// Links of an item graph as something to change. Each throws the host's failure.
+inline void AddLink(const CZxUser_ItemGraph& graph, const CZxUser_Item& from, const CZxUser_Item& to)
+{
+    CZxLocalize<ZxItemGraphEditTable> edit;
+    edit.query(graph.object(), kZxIdItemGraphEdit);
+    check(edit.call<&ZxItemGraphEditTable::addLink>(from.object(), to.object()));
+}
+/// A link that is not there changes nothing.
+inline void DeleteLink(const CZxUser_ItemGraph& graph, const CZxUser_Item& from, const CZxUser_Item& to)
+{
+    CZxLocalize<ZxItemGraphEditTable> edit;
+    edit.query(graph.object(), kZxIdItemGraphEdit);
+    if (const zxresult result = edit.call<&ZxItemGraphEditTable::deleteLink>(from.object(), to.object());
+        result != kZxNotFound)
+        check(result);
+}
+
 class CZxUser_ChannelGraph : public CZxLocalize<ZxChannelGraphTable> {
 public:
     zxresult reverseCount(const CZxUser_Item& item, int32_t channel, uint32_t* count) const
     {
         return call<&ZxChannelGraphTable::reverseCount>(item.object(), channel, count);
+    }
+    /// Whether anything feeds the channel; a failing count says no.
+    bool isFed(const CZxUser_Item& item, int32_t channel) const
+    {
+        uint32_t count = 0;
+        return succeeded(reverseCount(item, channel, &count)) && count > 0;
+    }
+    /// Item that feeds the channel by its first link; empty when there is none.
+    CZxUser_Item source(const CZxUser_Item& item, int32_t channel) const
+    {
+        CZxUser_Item source;
+        ZxObject* found = nullptr;
+        int32_t sourceChannel = -1;
+        if (succeeded(call<&ZxChannelGraphTable::reverseByIndex>(item.object(), channel, 0u, &found,
+                                                                 &sourceChannel)))
+            source.adopt(found);
+        return source;
+    }
+    /// Throws the host's failure.
+    void addLink(const CZxUser_Item& from, int32_t fromChannel, const CZxUser_Item& to,
+                 int32_t toChannel) const
+    {
+        CZxLocalize<ZxChannelGraphEditTable> edit;
+        edit.query(object(), kZxIdChannelGraphEdit);
+        check(
+            edit.call<&ZxChannelGraphEditTable::addLink>(from.object(), fromChannel, to.object(), toChannel));
     }
 };
 
@@ -50,6 +94,28 @@ public:
     zxresult number(const CZxUser_Item& item, int32_t channel, double* value) const
     {
         return call<&ZxChannelReadTable::number>(item.object(), channel, value);
+    }
+};
+
+class CZxUser_ChannelWrite : public CZxLocalize<ZxChannelWriteTable> {
+public:
+    // Each skips a channel index below 0 and throws the host's failure.
+
+    void integer(const CZxUser_Item& item, int32_t channel, int32_t value) const
+    {
+        if (channel >= 0)
+            check(call<&ZxChannelWriteTable::integer>(item.object(), channel, value));
+    }
+    void number(const CZxUser_Item& item, int32_t channel, double value) const
+    {
+        if (channel >= 0)
+            check(call<&ZxChannelWriteTable::number>(item.object(), channel, value));
+    }
+    /// As a key at the write's time, which is made if it isn't there.
+    void createKey(const CZxUser_Item& item, int32_t channel, double value) const
+    {
+        if (channel >= 0)
+            check(call<&ZxChannelWriteTable::key>(item.object(), channel, value, 1u));
     }
 };
 
@@ -86,6 +152,30 @@ public:
         return fetchIfAny<&ZxSceneTable::channelRead, CZxUser_ChannelRead>(action, time);
     }
     bool isSetupMode() const { return isTrue(call<&ZxSceneTable::isSetupMode>()); }
+
+    /// Throws the host's failure.
+    CZxUser_Item newItem(uint32_t typeCode) const
+    {
+        CZxUser_Item item;
+        ZxObject* made = nullptr;
+        check(edit().call<&ZxSceneEditTable::newItem>(typeCode, &made));
+        item.adopt(made);
+        return item;
+    }
+    CZxUser_ChannelWrite channelWrite(const char* action, double time) const
+    {
+        return edit().fetch<&ZxSceneEditTable::channelWrite, CZxUser_ChannelWrite>(action, time);
+    }
+    /// Throws the host's failure.
+    void resetModifier(const char* name) const { check(edit().call<&ZxSceneEditTable::resetModifier>(name)); }
+
+private:
+    CZxLocalize<ZxSceneEditTable> edit() const
+    {
+        CZxLocalize<ZxSceneEditTable> edit;
+        edit.query(object(), kZxIdSceneEdit);
+        return edit;
+    }
 };
 
 /// The scene that an item belongs to. Throws the host's failure.

@@ -62,6 +62,9 @@ template class CRigPackage<CMarionetPositionTaskInstance>;
 template class CRigPackage<CMarionetOrientationTaskInstance>;
 template class CRigPackage<CMarionetInstance>;
 
+CIKPackage::CIKPackage() : CChannelRules(PackageRules()) { }
+CMarionetJoint::CMarionetJoint() : CChannelRules(JointRules()) { }
+
 std::span<const ChannelRow> CIKPackage::channels() const { return PackageChannels(); }
 std::span<const ChannelRow> CMarionetJoint::channels() const { return JointChannels(); }
 std::span<const ChannelRow> CMarionetPositionTask::channels() const { return PositionTaskChannels(); }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/CZxPackage.h"
+#include "rig/ChannelRules.h"
 #include "rig/RigInstances.h"
 
 #include <cstdint>
@@ -22,12 +23,20 @@ protected:
 };
 
 /// `ik.package`: degrees of freedom, their weights and limits, and the rest pose.
-class CIKPackage final : public CRigPackage<CIKInstance> {
+class CIKPackage final : public CRigPackage<CIKInstance>, public CChannelRules {
+public:
+    CIKPackage();
+
+protected:
     std::span<const ChannelRow> channels() const override;
 };
 
 /// `ik.joint`: a joint's switches.
-class CMarionetJoint final : public CRigPackage<CMarionetJointInstance> {
+class CMarionetJoint final : public CRigPackage<CMarionetJointInstance>, public CChannelRules {
+public:
+    CMarionetJoint();
+
+protected:
     std::span<const ChannelRow> channels() const override;
 };
 

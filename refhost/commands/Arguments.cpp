@@ -116,11 +116,10 @@ Result Arguments::setInteger(int index, std::int32_t value)
 {
     if (Result result = check(index, ArgumentType::Integer); !result.ok())
         return result;
-    const bool flag = spec(index).type == ArgumentType::Boolean;
     Value& own = m_Values[static_cast<std::size_t>(index)];
     own = {};
     own.set = true;
-    own.number = flag ? (value != 0 ? 1 : 0) : value;
+    own.number = value; // a boolean keeps it too: a command may read it as a number
     return {};
 }
 
@@ -147,6 +146,12 @@ Result Arguments::setItem(int index, const Item& value)
     own.scene = &value.scene();
     own.item = value.id();
     return {};
+}
+
+void Arguments::markSet(int index)
+{
+    if (index >= 0 && index < count())
+        m_Values[static_cast<std::size_t>(index)].set = true;
 }
 
 void Arguments::unset(int index)

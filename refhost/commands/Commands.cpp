@@ -3,9 +3,9 @@
 #include "refhost/Commands.h"
 
 #include "commands/CommandText.h"
+#include "commands/EnableStates.h"
 #include "commands/HostCommand.h"
 #include "commands/NearMiss.h"
-#include "refhost/DrawingPackage.h"
 #include "refhost/Host.h"
 
 #include <algorithm>
@@ -81,9 +81,8 @@ bool Invocation::printsJson() const { return m_Commands.printsJson(); }
 
 Commands& Commands::of(Host& host) { return host.attachments().require<Commands>(host); }
 
-Commands::Commands(Host& host) : m_Host(host)
+Commands::Commands(Host& host) : m_Host(host), m_States(std::make_unique<EnableStates>(host))
 {
-    registerDrawingPackage(host);
     for (const auto rows : {sceneCommandRows(), itemCommandRows(), channelCommandRows(), graphCommandRows(),
                             selectionCommandRows(), historyCommandRows(), queryCommandRows()}) {
         for (const CommandRow& row : rows)
@@ -94,6 +93,12 @@ Commands::Commands(Host& host) : m_Host(host)
 }
 
 Commands::~Commands() = default;
+
+const std::vector<Notifier>& Command::notifiers() const
+{
+    static const std::vector<Notifier> kNone;
+    return kNone;
+}
 
 Result Commands::add(std::unique_ptr<Command> command)
 {
@@ -126,6 +131,7 @@ Result Commands::remove(std::string_view name)
         return Result::failure("There is no command named " + shown(name) + ".");
     if (m_Depth > 0)
         return Result::failure("A command is running; '" + command->name() + "' has to stay until it ends.");
+    m_States->forget(*command);
     std::erase_if(m_Names, [&](const auto& entry) { return entry.second == command; });
     std::erase_if(m_Commands, [&](const auto& owned) { return owned.get() == command; });
     return {};
@@ -212,7 +218,7 @@ Enabled Commands::test(Invocation& invocation)
     return invocation.command().enabled(invocation);
 }
 
-CommandResult Commands::execute(std::string_view line)
+CommandResult Commands::execute(std::string_view line, std::uint32_t executionFlags)
 {
     ResultOf<std::unique_ptr<Invocation>> invocation = parse(line);
     if (!invocation.ok()) {
@@ -220,7 +226,10 @@ CommandResult Commands::execute(std::string_view line)
             m_Host.tell(MessageLevel::Warning, invocation.message);
         return malformed(std::move(invocation.message));
     }
-    return invocation.value ? execute(*invocation.value) : CommandResult{};
+    if (!invocation.value)
+        return {};
+    invocation.value->executionFlags = executionFlags;
+    return execute(*invocation.value);
 }
 
 CommandResult Commands::execute(Invocation& invocation)
@@ -268,6 +277,14 @@ CommandResult Commands::runInStep(Invocation& invocation)
     if (result.ok())
         result = step.commit();
     return {result.ok() ? Outcome::Done : Outcome::Failed, std::move(result.message)};
+}
+
+const Enabled& Commands::state(Command& command)
+{
+    return m_States->of(command, [&] {
+        Invocation invocation(*this, command);
+        return command.enabled(invocation);
+    });
 }
 
 void Commands::setOutputSink(OutputSink sink, bool json)

@@ -4,8 +4,6 @@
 
 #include "refhost/Host.h"
 
-#include <algorithm>
-
 namespace refhost {
 namespace {
 
@@ -18,30 +16,27 @@ ChannelDefinition wholeChannel(const char* name, std::int32_t maximum, std::vect
     return channel;
 }
 
-std::vector<ChannelDefinition> drawingChannels()
+} // namespace
+
+std::vector<ChannelDefinition> markerChannels()
 {
     std::vector<ChannelDefinition> channels;
     channels.push_back(wholeChannel(
         "drawShape", 5, {{0, "none"}, {1, "box"}, {2, "sphere"}, {3, "pyramid"}, {4, "plane"}, {5, "ring"}}));
     channels.push_back(wholeChannel("isStyle", 1, {{0, "marker"}, {1, "shape"}}));
     appendVectorChannels(channels, "isSize", ChannelType::Distance, 1);
-    channels.push_back(wholeChannel("fillOptions", 1, {{0, "default"}, {1, "own"}}));
-    appendVectorChannels(channels, "fillColor", ChannelType::Percent, 0.8, "RGB");
-    channels.push_back(wholeChannel("wireOptions", 1, {{0, "default"}, {1, "own"}}));
-    appendVectorChannels(channels, "wireColor", ChannelType::Percent, 0, "RGB");
     return channels;
 }
-
-} // namespace
 
 void registerDrawingPackage(Host& host)
 {
     if (host.findPackage(kDrawingPackage))
         return;
-    std::vector<ChannelDefinition> channels = drawingChannels();
-    std::erase_if(channels, [&](const ChannelDefinition& channel) {
-        return host.locatorType().layout().find(channel.name) >= 0;
-    });
+    std::vector<ChannelDefinition> channels;
+    channels.push_back(wholeChannel("fillOptions", 1, {{0, "default"}, {1, "own"}}));
+    appendVectorChannels(channels, "fillColor", ChannelType::Percent, 0.8, "RGB");
+    channels.push_back(wholeChannel("wireOptions", 1, {{0, "default"}, {1, "own"}}));
+    appendVectorChannels(channels, "wireColor", ChannelType::Percent, 0, "RGB");
     (void)host.registerPackage(kDrawingPackage, kHostOrigin, std::move(channels));
 }
 

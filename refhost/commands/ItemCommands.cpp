@@ -125,15 +125,11 @@ constexpr ArgumentRow kTagArguments[] = {
 Result setTag(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
-    const std::string& code = arguments.text(0);
-    bool plain = code.size() == 4;
-    for (const char c : code)
-        plain = plain && c >= 0x20 && c < 0x7F;
-    if (!plain)
-        return Result::failure("The tag is " + shown(code)
-                               + ", but has to be four plain characters such as OVCL.");
+    const ResultOf<TagCode> tag = tagFromText(arguments.text(0));
+    if (!tag.ok())
+        return tag.result();
     return forItems(invocation, 2, [&](Item& item) {
-        return invocation.scene()->setTag(item, tagCode(code[0], code[1], code[2], code[3]),
+        return invocation.scene()->setTag(item, tag.value,
                                           arguments.isSet(1) ? arguments.text(1).c_str() : nullptr);
     });
 }

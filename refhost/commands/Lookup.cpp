@@ -7,6 +7,7 @@
 #include "refhost/Command.h"
 #include "refhost/Host.h"
 
+#include <algorithm>
 #include <charconv>
 #include <numbers>
 
@@ -153,6 +154,16 @@ ResultOf<Item*> itemOrMostRecent(const Invocation& invocation, int index)
 {
     ResultOf<std::vector<Item*>> items = itemOrSelection(invocation, index);
     return {items.value.empty() ? nullptr : items.value.back(), std::move(items.message)};
+}
+
+ResultOf<TagCode> tagFromText(std::string_view text)
+{
+    const bool plain = text.size() == 4
+        && std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+    if (!plain)
+        return ResultOf<TagCode>::failure("The tag is " + shown(text)
+                                          + ", but has to be four plain characters such as OVCL.");
+    return {tagCode(text[0], text[1], text[2], text[3]), {}};
 }
 
 ResultOf<double> channelNumber(const ChannelDefinition& definition, std::string_view text)

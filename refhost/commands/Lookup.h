@@ -42,6 +42,9 @@ ResultOf<std::vector<Item*>> itemOrSelection(const Invocation& invocation, int i
 /// The item that the argument names, or the one selected last.
 ResultOf<Item*> itemOrMostRecent(const Invocation& invocation, int index);
 
+/// Four plain characters as the code of a tag.
+ResultOf<TagCode> tagFromText(std::string_view text);
+
 /// A number for this channel: radians, or degrees behind `deg`, for an angle; a word of the channel's hints;
 /// true and false for a boolean.
 ResultOf<double> channelNumber(const ChannelDefinition& definition, std::string_view text);

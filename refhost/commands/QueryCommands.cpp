@@ -5,6 +5,7 @@
 #include "commands/Lookup.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
+#include "refhost/Modules.h"
 
 #include <nlohmann/json.hpp>
 
@@ -130,7 +131,35 @@ constexpr ArgumentRow kQueryArguments[] = {
     {"action", ArgumentType::Text, false, "the layer to read; what links and modifiers make of it otherwise",
      "setup edit anim"},
     {"json", ArgumentType::Boolean, false, kJsonHelp},
+    {"enabled", ArgumentType::Boolean, false,
+     "whether the channel can be changed, and why not, in place of its value"},
 };
+
+/// Whether a channel can be changed, the reason when not, and the channels that decide.
+void printState(const Invocation& invocation, const Item& item, Channel& channel, double time, bool json,
+                bool named)
+{
+    const ChannelState state = Modules::of(invocation.host()).channelState(channel, time);
+    if (json) {
+        Json line = {{"item", itemText(item)}, {"channel", channel.name()}, {"enabled", state.enabled}};
+        if (!state.enabled)
+            line["message"] = state.message;
+        line["dependsOn"] = state.dependsOn;
+        printJson(invocation, line);
+        return;
+    }
+    std::string line = named ? channel.name() + " " : std::string();
+    line += state.enabled ? "yes" : "no";
+    if (!state.message.empty())
+        line += ": " + state.message;
+    if (!named && !state.dependsOn.empty()) {
+        invocation.print(line);
+        line = "depends on";
+        for (const std::string& name : state.dependsOn)
+            line += " " + name;
+    }
+    invocation.print(line);
+}
 
 /// A transform item that was never made has its defaults.
 void printDefault(const Invocation& invocation, const Item& item, const ChannelDefinition& definition,
@@ -163,12 +192,17 @@ Result query(Invocation& invocation)
     if (source.time < -kMaximumTimeSeconds || source.time > kMaximumTimeSeconds)
         return Result::failure("'time' is " + numberText(source.time)
                                + " s, beyond the times that a scene has.");
-    const bool json = invocation.printsJson() || arguments.boolean(4);
+    const bool json = invocation.printsJson() || arguments.boolean(4), state = arguments.boolean(5);
     if (arguments.isSet(1)) {
         const ResultOf<Channel*> channel = findChannel(*item.value, arguments.text(1), false);
         if (!channel.ok())
             return channel.result();
-        if (!channel.value)
+        if (state && channel.value)
+            printState(invocation, *item.value, *channel.value, source.time, json, false);
+        else if (state)
+            return Result::failure("'" + arguments.text(1) + "' is a transform that '" + item.value->label()
+                                   + "' does not have yet; setting it makes it.");
+        else if (!channel.value)
             printDefault(invocation, *item.value,
                          *transformChannel(*item.value, arguments.text(1))->definition, json);
         else if (json)
@@ -181,8 +215,12 @@ Result query(Invocation& invocation)
     }
     const auto printAll = [&](const Item& of, int first) {
         for (int i = first; i < of.channelSlotCount(); ++i) {
-            if (Channel* channel = of.channel(i))
-                printChannel(invocation, *item.value, *channel, source, json);
+            if (Channel* channel = of.channel(i)) {
+                if (state)
+                    printState(invocation, *item.value, *channel, source.time, json, true);
+                else
+                    printChannel(invocation, *item.value, *channel, source, json);
+            }
         }
     };
     printAll(*item.value, 0);
@@ -309,6 +347,8 @@ Json commandJson(const Command& command)
                     {"type", kArgumentTypeNames[static_cast<int>(argument.type)]},
                     {"required", argument.required},
                     {"help", argument.help}};
+        if (argument.hidden)
+            one["hidden"] = true;
         if (!argument.words.empty())
             one["words"] = argument.words;
         arguments.push_back(std::move(one));
@@ -321,20 +361,31 @@ Json commandJson(const Command& command)
 
 constexpr ArgumentRow kCommandsArguments[] = {
     {"json", ArgumentType::Boolean, false, kJsonHelp},
+    {"enabled", ArgumentType::Boolean, false,
+     "whether each could run now, without arguments, and why not, in place of what it does"},
 };
 Result printCommands(Invocation& invocation)
 {
     const bool json = invocation.printsJson() || invocation.arguments().boolean(0);
+    const bool states = invocation.arguments().boolean(1);
     const std::vector<Command*> commands = invocation.commands().all();
     std::size_t width = 0;
     for (const Command* command : commands)
         width = std::max(width, command->name().size());
-    for (const Command* command : commands) {
+    for (Command* command : commands) {
+        std::string text = command->summary();
+        Json line = json ? commandJson(*command) : Json();
+        if (states) {
+            const Enabled& state = invocation.commands().state(*command);
+            text = state.yes ? "yes" : "no";
+            text += state.message.empty() ? "" : ": " + state.message;
+            line["enabled"] = state.yes;
+            line["message"] = state.message;
+        }
         if (json)
-            printJson(invocation, commandJson(*command));
+            printJson(invocation, line);
         else
-            invocation.print(command->name() + std::string(width + 2 - command->name().size(), ' ')
-                             + command->summary());
+            invocation.print(command->name() + std::string(width + 2 - command->name().size(), ' ') + text);
     }
     return {};
 }
@@ -365,9 +416,13 @@ Result printHelp(Invocation& invocation)
     const auto found = invocation.commands().spawn(invocation.arguments().text(0));
     if (!found.ok())
         return Result::failure(found.message);
-    const Command& command = found.value->command();
+    Command& command = found.value->command();
+    const std::string icon = command.icon(*found.value);
     if (json) {
-        printJson(invocation, commandJson(command));
+        Json line = commandJson(command);
+        if (!icon.empty())
+            line["icon"] = icon;
+        printJson(invocation, line);
         return {};
     }
     invocation.print(usage(command));
@@ -376,6 +431,8 @@ Result printHelp(Invocation& invocation)
         invocation.print("  " + argument.name + ": " + argument.help);
     if (!command.example().empty())
         invocation.print("  Example: " + command.example());
+    if (!icon.empty())
+        invocation.print("  Icon: " + icon);
     return {};
 }
 

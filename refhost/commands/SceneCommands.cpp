@@ -4,7 +4,6 @@
 #include "commands/HostCommand.h"
 #include "commands/Lookup.h"
 #include "refhost/Host.h"
-#include "refhost/Messages.h"
 #include "refhost/Modules.h"
 #include "refhost/MotionImport.h"
 #include "refhost/SceneFile.h"
@@ -158,15 +157,20 @@ constexpr ArgumentRow kModuleArguments[] = {
 };
 Result loadModule(Invocation& invocation)
 {
-    Host& host = invocation.host();
-    const std::string& path = invocation.arguments().text(0);
-    if (Result result = Modules::of(host).load(path); !result.ok())
-        return result;
-    const std::filesystem::path messages = std::filesystem::path(path).parent_path() / "messages";
-    // Without its sentences a module still works; the user reads table and number then.
-    if (Result result = Messages::of(host).loadFolder(messages.string()); !result.ok())
-        host.tell(MessageLevel::Warning, result.message);
-    return {};
+    return Modules::of(invocation.host()).load(invocation.arguments().text(0));
+}
+
+constexpr ArgumentRow kTagArguments[] = {
+    {"tag", ArgumentType::Text, true, "four characters, such as IKEN"},
+    {"value", ArgumentType::Text, false, "the tag's text; without one the tag is removed"},
+};
+Result setSceneTag(Invocation& invocation)
+{
+    const Arguments& arguments = invocation.arguments();
+    const ResultOf<TagCode> tag = tagFromText(arguments.text(0));
+    if (!tag.ok())
+        return tag.result();
+    return invocation.scene()->setTag(tag.value, arguments.isSet(1) ? arguments.text(1).c_str() : nullptr);
 }
 
 constexpr CommandRow kRows[] = {
@@ -182,6 +186,8 @@ constexpr CommandRow kRows[] = {
      "scene.export file:solved.bvh", kExportArguments, exportFile},
     {"scene.setup", CommandKind::Edit, "Switches setup mode, in which rest poses and rigs are made.",
      "scene.setup on:true", kSetupArguments, setSetup},
+    {"scene.tag", CommandKind::Edit, "Sets or removes a text under a four-character code on the scene.",
+     "scene.tag tag:IKEN value:disabled", kTagArguments, setSceneTag},
     {"time.set", CommandKind::Query, "Sets the current time.", "time.set 1.5", kTimeArguments, setTime,
      nullptr, false},
     {"module.load", CommandKind::Session, "Loads a module with its commands, packages and messages.",

@@ -2,6 +2,7 @@
 // Objects on the border: handing them out, counting, retiring, and taking them back when items and scenes go.
 #include "module/HostBinding.h"
 
+#include "module/CommandObjects.h"
 #include "module/EvaluationObjects.h"
 #include "module/PackageInstances.h"
 #include "module/SceneObjects.h"
@@ -116,10 +117,11 @@ zxresult HostObject::query(ZxObject* self, const ZxId* id, ZxObject** object)
         return refused;
     if (!id || !object)
         return kZxInvalidArgument;
-    if (!(*id == kZxIdObject) && !(*id == *host->m_Id))
+    ZxObject* face = *id == kZxIdObject || *id == *host->m_Id ? host->face() : host->faceOf(*id);
+    if (!face)
         return kZxNotFound;
     host->addReference();
-    *object = self;
+    *object = face;
     return kZxOk;
 }
 
@@ -272,6 +274,22 @@ void HostBinding::noteOverRelease(const HostObject& object)
         MessageLevel::Error,
         std::string("A module released an object with the interface ") + object.interfaceName()
             + " more often than it holds references; the call was refused. The module counts wrongly.");
+}
+
+void HostBinding::noteTrouble(std::string_view why)
+{
+    if (m_Trouble.empty())
+        m_Trouble = why;
+}
+
+void HostBinding::commandGone(const Command& command)
+{
+    const std::scoped_lock lock(m_Mutex);
+    for (HostObject* object = m_First; object; object = object->m_Next) {
+        const auto* spawned = dynamic_cast<const SpawnedCommandObject*>(object);
+        if (spawned && spawned->runs(command))
+            object->markGone();
+    }
 }
 
 void HostBinding::watch(Scene& scene) { scene.attachments().require<SceneWatch>(scene, *this); }

@@ -10,11 +10,15 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace refhost {
 
+class Command;
 class Item;
 class ItemObject;
 class PackageInstances;
@@ -59,6 +63,10 @@ public:
     std::uint64_t callCount() const { return m_Calls; }
     void failCall(std::uint64_t n) { m_FailAt = n == 0 ? 0 : m_Calls + n; }
     void noteOverRelease(const HostObject& object);
+    /// The host could not do what a module asked of it; a command that runs now can't be trusted any more.
+    void noteTrouble(std::string_view why);
+    /// Spawned objects of a command that goes are refused from now on.
+    void commandGone(const Command& command);
 
     // Scenes
 
@@ -76,6 +84,7 @@ private:
     friend class HostObject;
     friend class PhaseScope;
     friend class SceneWatch;
+    friend class TroubleScope;
 
     void adopt(HostObject& object);
     void retire(HostObject& object);
@@ -86,6 +95,7 @@ private:
     std::uint64_t m_Calls = 0;
     std::uint64_t m_FailAt = 0;
     bool m_ToldOverRelease = false;
+    std::string m_Trouble; // the first since the scope began
     mutable std::recursive_mutex m_Mutex; // references may be counted from any thread
     HostObject* m_First = nullptr;
     std::deque<std::unique_ptr<HostObject>> m_Retired;
@@ -112,6 +122,25 @@ private:
     Phase m_Former;
 };
 
+/// What went wrong on the host's side in the calls that a module makes during a block; one block inside
+/// another keeps its own account.
+class TroubleScope {
+public:
+    explicit TroubleScope(HostBinding& binding)
+        : m_Binding(binding), m_Former(std::exchange(binding.m_Trouble, {}))
+    {
+    }
+    ~TroubleScope() { m_Binding.m_Trouble = std::move(m_Former); }
+    /// A sentence; empty when all went well.
+    const std::string& trouble() const { return m_Binding.m_Trouble; }
+    TroubleScope(const TroubleScope&) = delete;
+    TroubleScope& operator=(const TroubleScope&) = delete;
+
+private:
+    HostBinding& m_Binding;
+    std::string m_Former;
+};
+
 /// A reference of the host's own to one of its objects, for the length of a call.
 template <class T>
 class HeldObject {
@@ -129,8 +158,10 @@ private:
 
 inline zxresult HostObject::enter(unsigned phases) const
 {
-    if (!m_Binding.countCall())
+    if (!m_Binding.countCall()) {
+        m_Binding.noteTrouble("A call to the host failed.");
         return kZxFailure;
+    }
     if (m_Gone || references() == 0 || !(m_Binding.phase() & phases))
         return kZxNotAvailable;
     return kZxOk;

@@ -21,6 +21,8 @@ enum Phase : unsigned {
     kEvalPhase = 4,
     kDrawPhase = 8,
     kAnyPhase = 15,
+    kWritePhase = 16, ///< a slot that changes the scene or the selection, or runs commands
+    kCommandPhase = kEditPhase | kWritePhase, ///< a module's command is being executed
 };
 
 /// One object with one interface. It lives in its binding: the last release retires it, which leaves memory
@@ -40,6 +42,8 @@ public:
     void releaseReference();
     /// What it stands for is gone: every call is refused from now on.
     virtual void markGone() { m_Gone = true; }
+    /// Another interface of the same object; null when it has none such.
+    virtual ZxObject* faceOf(const ZxId&) { return nullptr; }
     bool isGone() const { return m_Gone; }
     /// The host keeps it at hand while nobody holds a reference.
     bool isKept() const { return m_Kept; }
@@ -80,6 +84,30 @@ private:
     bool m_Kept = false;
     HostObject* m_Previous = nullptr; // in the binding's list
     HostObject* m_Next = nullptr;
+};
+
+/// One more interface of an object: a face of its own, with the references and the fate of the whole.
+class ObjectPart {
+public:
+    ZxObject* face() { return &m_Face.host; }
+    HostObject& owner() const { return m_Owner; }
+    HostBinding& binding() const { return m_Owner.binding(); }
+    zxresult enter(unsigned phases) const { return m_Owner.enter(phases); }
+
+    ObjectPart(const ObjectPart&) = delete;
+    ObjectPart& operator=(const ObjectPart&) = delete;
+
+protected:
+    /// `self` is the part as the class that the table's slots name.
+    ObjectPart(HostObject& owner, const ZxObjectOps& table, void* self)
+        : m_Owner(owner), m_Face{{&table}, self, &owner}
+    {
+    }
+    ~ObjectPart() = default;
+
+private:
+    HostObject& m_Owner;
+    ZxFace m_Face;
 };
 
 namespace detail {

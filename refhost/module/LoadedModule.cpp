@@ -3,6 +3,7 @@
 #include "module/LoadedModule.h"
 
 #include "module/ChannelSetup.h"
+#include "refhost/Commands.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -137,6 +138,8 @@ Result LoadedModule::start(ZxModuleEntry entry)
         return prepared;
     if (Result registered = registerPackages(); !registered.ok())
         return registered;
+    if (Result registered = registerCommands(); !registered.ok())
+        return registered;
     for (const auto& package : m_Packages)
         m_Binding.instances().addServer(*package);
     for (const auto& modifier : m_Modifiers)
@@ -192,15 +195,16 @@ Result LoadedModule::readDescription(const std::string& server, ZxObject* object
 Result LoadedModule::prepareServers()
 {
     for (const ServerInfo& info : m_Servers) {
-        const bool isPackage = info.interfaceId == kZxIdPackage;
-        if (!isPackage && !(info.interfaceId == kZxIdEvalModifier))
+        const bool isPackage = info.interfaceId == kZxIdPackage, isCommand = info.interfaceId == kZxIdCommand;
+        if (!isPackage && !isCommand && !(info.interfaceId == kZxIdEvalModifier))
             continue; // for another part of the host
         zxresult result = kZxOk;
         CZxObject object = makeServer(info.name.c_str(), info.interfaceId, result);
         if (failed(result))
             return Result::failure(at(info.name) + "it can't be made: " + resultText(result) + ".");
-        Result prepared =
-            isPackage ? preparePackage(info, std::move(object)) : prepareModifier(info, std::move(object));
+        Result prepared = isPackage ? preparePackage(info, std::move(object))
+            : isCommand             ? prepareCommand(info, object)
+                                    : prepareModifier(info, std::move(object));
         if (!prepared.ok())
             return prepared;
     }
@@ -216,6 +220,7 @@ Result LoadedModule::preparePackage(const ServerInfo& info, CZxObject object)
     package.super = valueOf(description, "super");
     package.server = std::make_unique<PackageServer>();
     package.server->name = info.name;
+    (void)package.server->channelUI.query(object.object(), kZxIdChannelUI);
     package.server->object.adopt(object.detach());
     const HeldObject setup(m_Binding.make<AddChannelObject>());
     if (const zxresult result = package.server->object.call<&ZxPackageTable::setupChannels>(setup.face());
@@ -237,6 +242,27 @@ Result LoadedModule::prepareModifier(const ServerInfo& info, CZxObject object)
     m_Modifiers.push_back(std::make_shared<ModuleModifier>(
         m_Binding, info.name, std::move(object), words(valueOf(description, "modifier.typeList")),
         words(valueOf(description, "modifier.graphList"))));
+    return {};
+}
+
+Result LoadedModule::prepareCommand(const ServerInfo& info, const CZxObject& object)
+{
+    auto made = ModuleCommand::make(m_Binding, *this, info.name, object);
+    if (!made.ok())
+        return Result::failure(at(info.name) + made.message);
+    m_NewCommands.push_back(std::move(made.value));
+    return {};
+}
+
+Result LoadedModule::registerCommands()
+{
+    for (std::unique_ptr<ModuleCommand>& command : m_NewCommands) {
+        const std::string name = command->name();
+        if (Result added = Commands::of(m_Binding.host()).add(std::move(command)); !added.ok())
+            return Result::failure(at(name) + added.message);
+        m_Commands.push_back(name);
+    }
+    m_NewCommands.clear();
     return {};
 }
 
@@ -296,6 +322,14 @@ Result LoadedModule::registerPackage(NewPackage& package)
 
 void LoadedModule::stop()
 {
+    Commands& commands = Commands::of(m_Binding.host());
+    for (const std::string& name : m_Commands) {
+        if (const Command* command = commands.find(name))
+            m_Binding.commandGone(*command);
+        (void)commands.remove(name);
+    }
+    m_Commands.clear();
+    m_NewCommands.clear();
     for (const auto& modifier : m_Modifiers)
         Modifiers::of(m_Binding.host()).remove(*modifier);
     for (const auto& package : m_Packages)

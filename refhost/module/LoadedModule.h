@@ -4,6 +4,7 @@
 
 #include "module/EvaluationObjects.h"
 #include "module/HostBinding.h"
+#include "module/ModuleCommand.h"
 #include "module/PackageInstances.h"
 #include "module/ServiceObjects.h"
 
@@ -63,7 +64,9 @@ private:
     Result prepareServers();
     Result preparePackage(const ServerInfo& info, CZxObject object);
     Result prepareModifier(const ServerInfo& info, CZxObject object);
+    Result prepareCommand(const ServerInfo& info, const CZxObject& object);
     Result registerPackages();
+    Result registerCommands();
     Result registerPackage(NewPackage& package);
     std::string at(const std::string& server) const { return "'" + m_Name + "', server '" + server + "': "; }
 
@@ -76,6 +79,8 @@ private:
     std::vector<NewPackage> m_NewPackages;
     std::vector<std::unique_ptr<PackageServer>> m_Packages;
     std::vector<std::shared_ptr<ModuleModifier>> m_Modifiers;
+    std::vector<std::unique_ptr<ModuleCommand>> m_NewCommands;
+    std::vector<std::string> m_Commands; // those that are in the host's list
 };
 
 } // namespace refhost

@@ -2,7 +2,12 @@
 // The modules of a host: loading, unloading, and what they hold.
 #include "refhost/Modules.h"
 
+#include "module/CommandObjects.h"
 #include "module/LoadedModule.h"
+#include "module/SceneObjects.h"
+#include "refhost/Commands.h"
+#include "refhost/Messages.h"
+#include "refhost/Scene.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,7 +28,9 @@ Modules& Modules::of(Host& host) { return host.attachments().require<Modules>(ho
 
 Modules::Modules(Host& host) : m_Host(host)
 {
-    Modifiers::of(host); // must outlive this
+    Modifiers::of(host); // these must outlive this
+    Commands::of(host);
+    Messages::of(host);
     m_Binding = std::make_unique<HostBinding>(host);
 }
 
@@ -41,6 +48,10 @@ Result Modules::load(const std::string& path)
     if (!entry)
         return Result::failure("'" + path
                                + "' is a library but no module: it has no function " ZX_MODULE_ENTRY ".");
+    // Without its sentences a module still works; the user reads table and number then.
+    const std::filesystem::path messages = std::filesystem::path(path).parent_path() / "messages";
+    if (Result read = Messages::of(m_Host).loadFolder(messages.string()); !read.ok())
+        m_Host.tell(MessageLevel::Warning, read.message);
     return start(std::make_unique<LoadedModule>(*m_Binding, name, std::move(library.value)),
                  reinterpret_cast<ZxModuleEntry>(entry));
 }
@@ -68,6 +79,9 @@ Result Modules::unload(std::string_view name)
                                     [&](const auto& module) { return module->name() == name; });
     if (found == m_Modules.end())
         return Result::failure("There is no module '" + std::string(name) + "' to unload.");
+    if (Commands::of(m_Host).depth() > 0)
+        return Result::failure("A command is running; '" + std::string(name)
+                               + "' has to stay until it ends.");
     (*found)->stop();
     // With other modules loaded, what is held may be theirs.
     if (m_Modules.size() == 1) {
@@ -126,6 +140,37 @@ std::string Modules::defaultPath()
             return path.string();
     }
     return (folder / kModuleFile).string();
+}
+
+ChannelState Modules::channelState(Channel& channel, double time) const
+{
+    ChannelState state;
+    const PackageServer* server = m_Binding->instances().server(channel.definition().package);
+    if (!server || !server->channelUI)
+        return state;
+    const PhaseScope phase(*m_Binding, kEditPhase);
+    const char* name = channel.name().c_str();
+    uint32_t count = 0;
+    (void)server->channelUI.call<&ZxChannelUITable::dependencyCount>(name, &count);
+    for (uint32_t i = 0; i < count; ++i) {
+        uint32_t typeCode = 0;
+        const char* dependency = nullptr;
+        if (failed(server->channelUI.call<&ZxChannelUITable::dependency>(name, i, &typeCode, &dependency)))
+            break;
+        state.dependsOn.emplace_back(dependency ? dependency : "");
+    }
+    Scene& scene = channel.item().scene();
+    const HeldObject message(m_Binding->make<MessageObject>());
+    const HeldObject item(m_Binding->itemObject(channel.item()));
+    const HeldObject read(m_Binding->make<ChannelReadObject>(scene, scene.evaluatedLayer(), time,
+                                                             Evaluation::of(scene).read(time)));
+    const zxresult result =
+        server->channelUI.call<&ZxChannelUITable::enabled>(name, message.face(), item.face(), read.face());
+    state.enabled = result == kZxTrue;
+    state.message = message.object().sentence();
+    if (failed(result) && result != kZxMessage)
+        state.message = "It can't be told: " + resultText(result) + ".";
+    return state;
 }
 
 std::vector<LiveReferences> Modules::liveReferences() const { return m_Binding->liveReferences(); }

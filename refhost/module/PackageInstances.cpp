@@ -141,6 +141,15 @@ void PackageInstances::remove(Wanted wanted)
     }
 }
 
+const PackageServer* PackageInstances::server(std::string_view name) const
+{
+    for (const PackageServer* each : m_Servers) {
+        if (each->name == name)
+            return each;
+    }
+    return nullptr;
+}
+
 std::size_t PackageInstances::count() const
 {
     std::size_t count = 0;

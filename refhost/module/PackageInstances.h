@@ -5,6 +5,7 @@
 #include "refhost/Item.h"
 
 #include <glue/Reference.h>
+#include <zx/ZxChannelUI.h>
 #include <zx/ZxPackage.h>
 
 #include <memory>
@@ -22,6 +23,7 @@ class HostBinding;
 struct PackageServer {
     std::string name;
     CZxLocalize<ZxPackageTable> object;
+    CZxLocalize<ZxChannelUITable> channelUI; ///< empty when all its channels are always enabled
     bool failedBefore = false; ///< the user knows that it can't make instances
 };
 
@@ -44,6 +46,8 @@ public:
     void removeFrom(const Item& item, std::string_view package);
     void removeFrom(const Scene& scene);
 
+    /// The server of a package or item type; null when no module brought it.
+    const PackageServer* server(std::string_view name) const;
     std::size_t count() const;
     /// The instance of a package on an item, which stays here; null when there is none.
     ZxObject* find(const Item& item, std::string_view package) const;

@@ -9,9 +9,7 @@
 #include <cstring>
 
 namespace refhost {
-namespace {
 
-/// The item that a module means in a call about `scene`.
 zxresult itemIn(const HostObject& self, ZxObject* object, Item*& item)
 {
     const ItemObject* found = hostObject<ItemObject>(object, self.binding());
@@ -31,6 +29,8 @@ zxresult channelIn(const HostObject& self, ZxObject* object, int32_t index, Chan
     channel = item->channel(index);
     return channel ? kZxOk : kZxNotFound;
 }
+
+namespace {
 
 zxresult give(HostBinding& binding, Item& item, ZxObject** object)
 {
@@ -60,6 +60,15 @@ void ItemObject::markGone()
 {
     HostObject::markGone();
     m_Item = nullptr;
+}
+
+ZxObject* ItemObject::faceOf(const ZxId& id)
+{
+    if (id == kZxIdItemEdit)
+        return m_Edit.face();
+    if (id == kZxIdStringTag)
+        return m_Tags.face();
+    return id == kZxIdLocator && m_Item->type().hasTransforms() ? m_Locator.face() : nullptr;
 }
 
 zxresult ItemObject::identifier(uint64_t* identifier)
@@ -149,6 +158,13 @@ SceneObject::SceneObject(HostBinding& binding, Scene& scene)
 {
 }
 
+ZxObject* SceneObject::faceOf(const ZxId& id)
+{
+    if (id == kZxIdSceneEdit)
+        return m_Edit.face();
+    return id == kZxIdStringTag ? m_Tags.face() : nullptr;
+}
+
 const std::vector<Item*>* SceneObject::itemsOf(uint32_t typeCode)
 {
     if (const auto found = m_ItemsByType.find(typeCode); found != m_ItemsByType.end())
@@ -222,8 +238,14 @@ constinit const ZxSceneTable SceneObject::kTable = {
 
 ItemGraphObject::ItemGraphObject(HostBinding& binding, Scene& scene, const char* name)
     : HostObject(binding, &scene, kZxIdItemGraph, "ItemGraph", kTable.object, this),
-      m_Graph(scene.graph(name))
+      m_Graph(scene.graph(name)),
+      m_Edit(*this, scene, name)
 {
+}
+
+ZxObject* ItemGraphObject::faceOf(const ZxId& id)
+{
+    return id == kZxIdItemGraphEdit ? m_Edit.face() : nullptr;
 }
 
 zxresult ItemGraphObject::forwardCount(ZxObject* item, uint32_t* count)
@@ -278,8 +300,14 @@ constinit const ZxItemGraphTable ItemGraphObject::kTable = {
 
 ChannelGraphObject::ChannelGraphObject(HostBinding& binding, Scene& scene)
     : HostObject(binding, &scene, kZxIdChannelGraph, "ChannelGraph", kTable.object, this),
-      m_Graph(scene.channelGraph())
+      m_Graph(scene.channelGraph()),
+      m_Edit(*this, scene)
 {
+}
+
+ZxObject* ChannelGraphObject::faceOf(const ZxId& id)
+{
+    return id == kZxIdChannelGraphEdit ? m_Edit.face() : nullptr;
 }
 
 zxresult ChannelGraphObject::forwardCount(ZxObject* item, int32_t channel, uint32_t* count)
@@ -405,6 +433,54 @@ zxresult ChannelReadObject::value(ZxObject* item, int32_t channel, ZxObject** va
     if (succeeded(result))
         *value = binding().make<MatrixCopyObject>(matrix).face();
     return result;
+}
+
+namespace {
+
+/// The placement of one item in its parent, as a layer's transforms say.
+LocalParts localParts(const Item& item, Layer layer, double time)
+{
+    LocalParts parts;
+    const auto read = [&](TransformKind kind, const char* name, Vector3& out) {
+        const Item* transform = item.transformItem(kind);
+        for (std::size_t a = 0; transform && a < 3; ++a)
+            out[a] = transform->channel(std::string(name) + '.' + "XYZ"[a])->number(layer, time);
+    };
+    read(TransformKind::Position, "pos", parts.position);
+    read(TransformKind::Rotation, "rot", parts.rotation);
+    read(TransformKind::Scale, "scl", parts.scale);
+    if (const Item* rotation = item.transformItem(TransformKind::Rotation))
+        parts.order = rotation->channel("order")->integer(layer, time);
+    return parts;
+}
+
+} // namespace
+
+zxresult ChannelReadObject::world(const Item& item, WorldPlace& place) const
+{
+    if (!m_Evaluated) {
+        std::vector<const Item*> path;
+        for (const Item* each = &item; each; each = each->parent())
+            path.push_back(each);
+        WorldParts parts;
+        for (std::size_t i = path.size(); i-- > 0;) {
+            const WorldParts above = parts;
+            parts = worldParts(localParts(*path[i], m_Layer, m_Time), &above);
+        }
+        place = {parts.rotation.linear, parts.position.offset, worldMatrix(parts)};
+        return kZxOk;
+    }
+    if (binding().phase() == kEvalPhase)
+        return kZxNotAvailable;
+    Matrix34 rotation, position;
+    const auto read = [&](const char* name, Matrix34& out) {
+        return m_Evaluated->matrix(item, item.channelIndex(name), out);
+    };
+    if (!read("wrotMatrix", rotation) || !read("wposMatrix", position) || !read("worldMatrix", place.matrix))
+        return kZxNotFound; // it was not there when the read was taken
+    place.rotation = rotation.linear;
+    place.position = position.offset;
+    return kZxOk;
 }
 
 constinit const ZxChannelReadTable ChannelReadObject::kTable = {

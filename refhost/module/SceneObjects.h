@@ -2,10 +2,12 @@
 // Items, scenes, graphs and reads of channels as modules see them.
 #pragma once
 
+#include "module/EditParts.h"
 #include "module/HostObject.h"
 #include "refhost/Channel.h"
 #include "refhost/Evaluation.h"
 #include "refhost/LinkGraph.h"
+#include "refhost/Transforms.h"
 
 #include <zx/ZxChannel.h>
 #include <zx/ZxEvaluation.h>
@@ -23,6 +25,11 @@ class Item;
 class ItemType;
 class Scene;
 
+/// The item that a module means in a call about the scene of `self`.
+zxresult itemIn(const HostObject& self, ZxObject* object, Item*& item);
+/// The same for a channel of it.
+zxresult channelIn(const HostObject& self, ZxObject* object, int32_t index, Channel*& channel);
+
 class ItemObject final : public HostObject {
 public:
     ItemObject(HostBinding& binding, Item& item);
@@ -30,6 +37,7 @@ public:
     /// Null when the item is gone.
     Item* item() const { return m_Item; }
     void markGone() override;
+    ZxObject* faceOf(const ZxId& id) override;
 
     zxresult identifier(uint64_t* identifier);
     zxresult uniqueName(const char** name);
@@ -47,6 +55,9 @@ public:
 
 private:
     Item* m_Item;
+    ItemEditPart m_Edit{*this};
+    StringTagPart m_Tags{*this};
+    LocatorPart m_Locator{*this};
 };
 
 class SceneObject final : public HostObject {
@@ -55,6 +66,7 @@ public:
 
     Scene& target() const { return m_Target; }
     void forgetItems() { m_ItemsByType.clear(); }
+    ZxObject* faceOf(const ZxId& id) override;
 
     zxresult itemCount(uint32_t typeCode, uint32_t* count);
     zxresult itemByIndex(uint32_t typeCode, uint32_t index, ZxObject** item);
@@ -69,11 +81,15 @@ private:
 
     Scene& m_Target;
     std::map<uint32_t, std::vector<Item*>> m_ItemsByType; // until an item comes or goes
+    SceneEditPart m_Edit{*this};
+    StringTagPart m_Tags{*this};
 };
 
 class ItemGraphObject final : public HostObject {
 public:
     ItemGraphObject(HostBinding& binding, Scene& scene, const char* name);
+
+    ZxObject* faceOf(const ZxId& id) override;
 
     zxresult forwardCount(ZxObject* item, uint32_t* count);
     zxresult forwardByIndex(ZxObject* item, uint32_t index, ZxObject** target);
@@ -84,11 +100,14 @@ public:
 
 private:
     const ItemGraph& m_Graph;
+    ItemGraphEditPart m_Edit;
 };
 
 class ChannelGraphObject final : public HostObject {
 public:
     ChannelGraphObject(HostBinding& binding, Scene& scene);
+
+    ZxObject* faceOf(const ZxId& id) override;
 
     zxresult forwardCount(ZxObject* item, int32_t channel, uint32_t* count);
     zxresult forwardByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** target,
@@ -101,6 +120,14 @@ public:
 
 private:
     const ChannelGraph& m_Graph;
+    ChannelGraphEditPart m_Edit;
+};
+
+/// Where an item stands in the world.
+struct WorldPlace {
+    Matrix33 rotation; ///< without scale
+    Vector3 position{};
+    Matrix34 matrix; ///< with everything
 };
 
 class ChannelReadObject final : public HostObject {
@@ -113,6 +140,8 @@ public:
     zxresult number(ZxObject* item, int32_t channel, double* value);
     zxresult value(ZxObject* item, int32_t channel, ZxObject** value);
     void markGone() override;
+    /// The place of an item with transforms, as this read shows it.
+    zxresult world(const Item& item, WorldPlace& place) const;
 
     static const ZxChannelReadTable kTable;
 

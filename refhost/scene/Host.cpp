@@ -2,6 +2,7 @@
 // The registry of item types and packages, the list of scenes, and the current time.
 #include "refhost/Host.h"
 
+#include "refhost/DrawingPackage.h"
 #include "scene/ItemEdits.h"
 
 #include <algorithm>
@@ -94,7 +95,10 @@ bool ItemType::isOrDerivesFrom(std::string_view name) const
 
 Host::Host()
 {
-    m_Locator = addType("locator", nullptr, kHostOrigin, true, matrixChannels());
+    std::vector<ChannelDefinition> locatorChannels = matrixChannels();
+    for (ChannelDefinition& channel : markerChannels())
+        locatorChannels.push_back(std::move(channel));
+    m_Locator = addType("locator", nullptr, kHostOrigin, true, std::move(locatorChannels));
     m_Solver = addType("ikSolver", m_Locator, kHostOrigin, true, {});
     m_Mesh = addType("mesh", nullptr, kHostOrigin, true, matrixChannels());
     for (const TransformRow& row : kTransformRows) {
@@ -105,6 +109,7 @@ Host::Host()
         m_Transforms[static_cast<int>(row.kind)] =
             addType(row.type, nullptr, kHostOrigin, false, std::move(channels));
     }
+    registerDrawingPackage(*this);
 }
 
 Host::~Host()

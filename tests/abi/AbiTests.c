@@ -8,6 +8,7 @@
 
 /* Every header of the contract, so that each stands up to a C compiler. */
 #include <zx/ZxChannel.h>
+#include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxItem.h>
@@ -237,6 +238,87 @@ static void serversAreAsStated(ZxObject* module)
     }
 }
 
+static void commandsAreAsStated(ZxObject* module)
+{
+    uint32_t i, a, count, flags;
+    for (i = 0; i < kCommandCount; ++i) {
+        const CommandFact* fact = &kCommands[i];
+        ZxObject *command = makeServer(module, factNamed(fact->name)), *attributes, *value = NULL, *reference;
+        const ZxCommandTable* ops = (const ZxCommandTable*)command->table;
+        const ZxAttributesTable* arguments;
+        const char *name = NULL, *text = NULL;
+        checkSubject(fact->name);
+        attributes = query(command, &kZxIdAttributes);
+        release(query(command, &kZxIdAttributesUI));
+        arguments = (const ZxAttributesTable*)attributes->table;
+        CHECK_RESULT(ops->flags(command, &flags), 0);
+        CHECK(flags == 0x06000000u);
+        for (a = 0; a < 2; ++a) {
+            CHECK_RESULT(ops->notifier(command, a, &name, &text), 0);
+            CHECK_TEXT(name, fact->notifiers[a].key);
+            CHECK_TEXT(text, fact->notifiers[a].value);
+        }
+        CHECK_RESULT(ops->notifier(command, 2, &name, &text), 0x80000015u);
+        CHECK_RESULT(arguments->count(attributes, &count), 0);
+        for (a = 0; fact->arguments[a].name; ++a) {
+            CHECK_RESULT(arguments->name(attributes, a, &name), 0);
+            CHECK_TEXT(name, fact->arguments[a].name);
+            CHECK_RESULT(arguments->type(attributes, a, &text), 0);
+            CHECK_TEXT(text, fact->arguments[a].type);
+            CHECK_RESULT(arguments->flags(attributes, a, &flags), 0);
+            CHECK(flags == fact->arguments[a].flags);
+        }
+        CHECK(count == a);
+        CHECK_RESULT(arguments->name(attributes, a, &name), 0x80000015u);
+        /* Argument 0 is an item: it counts as given once it was taken for writing, until it is cleared. */
+        CHECK_RESULT(arguments->value(attributes, 0, 1, &value), 0);
+        reference = query(value, &kZxIdValueReference);
+        CHECK_RESULT(CALL(ZxValueReferenceTable, reference, set)(reference, armItem(kElbow)), 0);
+        release(reference);
+        release(value);
+        CHECK_RESULT(arguments->flags(attributes, 0, &flags), 0);
+        CHECK(flags == (fact->arguments[0].flags | 0x10000u));
+        CHECK_RESULT(arguments->clear(attributes, 0), 0);
+        CHECK_RESULT(arguments->flags(attributes, 0, &flags), 0);
+        CHECK(flags == fact->arguments[0].flags);
+        CHECK_RESULT(ops->icon(command, &text), fact->icon ? 0 : 0x80000017u);
+        if (fact->icon)
+            CHECK_TEXT(text, fact->icon);
+        /* A host without selection and commands: refused, and nothing to do. */
+        CHECK_RESULT(ops->enable(command, NULL), fact->enabled);
+        CHECK_RESULT(ops->execute(command, 0), 0);
+        release(attributes);
+        release(command);
+    }
+}
+
+static void setArgument(ZxObject* attributes, uint32_t index, int32_t number)
+{
+    ZxObject* value = NULL;
+    CHECK_RESULT(CALL(ZxAttributesTable, attributes, value)(attributes, index, 1, &value), 0);
+    CHECK_RESULT(CALL(ZxValueTable, value, setInteger)(value, number), 0);
+    release(value);
+}
+
+static void iconsGoByArguments(ZxObject* module)
+{
+    uint32_t i;
+    for (i = 0; i < kIconCount; ++i) {
+        const IconFact* fact = &kIcons[i];
+        ZxObject* command = makeServer(module, factNamed(fact->command));
+        ZxObject* attributes = query(command, &kZxIdAttributes);
+        const char* icon = NULL;
+        checkSubject(fact->command);
+        setArgument(attributes, fact->first, fact->firstValue);
+        setArgument(attributes, fact->second, fact->secondValue);
+        CHECK_RESULT(CALL(ZxCommandTable, command, icon)(command, &icon), fact->icon ? 0 : 0x80000017u);
+        if (fact->icon)
+            CHECK_TEXT(icon, fact->icon);
+        release(attributes);
+        release(command);
+    }
+}
+
 static void resetNeedsAScene(ZxObject* module)
 {
     static const char* const kModifiers[] = {"ikfb", "iktask"};
@@ -372,6 +454,8 @@ static void driveModule(ZxModuleEntry entry)
     needContext = query(module, &kZxIdNeedContext);
     CHECK_RESULT(CALL(ZxNeedContextTable, needContext, setContext)(needContext, armContext()), 0);
     serversAreAsStated(module);
+    commandsAreAsStated(module);
+    iconsGoByArguments(module);
     checkSubject("reset");
     resetNeedsAScene(module);
     oneEvaluationTakesTheTipToItsGoal(module);

@@ -2,6 +2,7 @@
  * Servers, tags and channels of the module, written down by hand. */
 #include "ServerFacts.h"
 
+#include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
 
@@ -97,6 +98,14 @@ static const ChannelFact kOrientationTaskChannels[] = {
 const ServerFact kServers[] = {
     {"ikfb", &kZxIdEvalModifier, 1,
      {{"modifier.typeList", "locator"}, {"modifier.graphList", "parent chanLinks ikRetarget ikTasks"}}, NULL, 0, 0},
+    {"ikfb.assign", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.setRest", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.task", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.goal", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.goalAssign", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.chain", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.remove", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
+    {"ikfb.retarget", &kZxIdCommand, 0, NO_TAGS, NULL, 0, 0},
     {"ik.joint", &kZxIdPackage, 1, NO_TAGS, kJointChannels, COUNT(kJointChannels), 15},
     {"ik.positionTask", &kZxIdPackage, 1, NO_TAGS, kPositionTaskChannels, COUNT(kPositionTaskChannels), 13},
     {"ik.orientationTask", &kZxIdPackage, 1, NO_TAGS, kOrientationTaskChannels, COUNT(kOrientationTaskChannels), 12},
@@ -107,6 +116,34 @@ const ServerFact kServers[] = {
      {{"super", "ikSolver"}, {"pkg.createCmd", "-"}, {"pkg.graphs", "ikRetarget;ikTasks"}},
      kFullBodyChannels, COUNT(kFullBodyChannels), 17},
 };
+
+#define ON_SELECTION {{"select.event", "item +v"}, {"select.event", "item exist+d"}}
+#define ON_EDIT {{"action.event", "edit +d"}, {"select.event", "item exist+d"}}
+
+/* The icon is the one that no argument gives. */
+const CommandFact kCommands[] = {
+    {"ikfb.assign", {{"item", "&item", 0x41}, {"transRoot", "boolean", 1}}, ON_EDIT, NULL, 1},
+    {"ikfb.setRest", {{"item", "&item", 1}}, ON_SELECTION, NULL, 1},
+    {"ikfb.task", {{"item", "&item", 1}, {"type", "integer", 1}, {"mode", "integer", 1}, {"scale", "float", 1}},
+     ON_SELECTION, "ikfb.taskPosRem", 0x84800004u},
+    {"ikfb.goal", {{"item", "&item", 1}}, ON_EDIT, NULL, 1},
+    {"ikfb.goalAssign", {{"item", "&item", 1}, {"goal", "&item", 1}, {"type", "integer", 0}, {"comp", "integer", 1}},
+     ON_EDIT, "ikfb.goalAssign", 1},
+    {"ikfb.chain", {{"item", "&item", 1}, {"mode", "integer", 1}}, ON_SELECTION, "ikfb.chainRem", 1},
+    {"ikfb.remove", {{"item", "&item", 1}}, ON_EDIT, NULL, 1},
+    {"ikfb.retarget",
+     {{"itemS", "&item", 0x41}, {"itemT", "&item", 0x41}, {"type", "integer", 1}, {"mode", "integer", 1}, {"scale", "float", 1}},
+     ON_EDIT, NULL, 1},
+};
+
+const IconFact kIcons[] = {
+    {"ikfb.chain", 1, 1, 1, 1, "ikfb.chainAdd"}, {"ikfb.chain", 1, -2, 1, -2, "ikfb.chainAdd"},
+    {"ikfb.task", 1, 0, 2, 1, "ikfb.taskPosAdd"}, {"ikfb.task", 1, 1, 2, 0, "ikfb.taskRotRem"},
+    {"ikfb.task", 1, 5, 2, 9, "ikfb.taskRotAdd"}, {"ikfb.goalAssign", 2, 1, 3, 0, "ikfb.goalAssignPos"},
+    {"ikfb.goalAssign", 2, 2, 3, 0, "ikfb.goalAssignRot"}, {"ikfb.goalAssign", 2, 3, 3, 0, NULL},
+    {"ikfb.goalAssign", 2, -1, 3, 0, NULL},
+};
 /* clang-format on */
 
+const uint32_t kCommandCount = COUNT(kCommands), kIconCount = COUNT(kIcons);
 const uint32_t kServerCount = COUNT(kServers);

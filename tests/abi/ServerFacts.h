@@ -34,6 +34,38 @@ typedef struct ServerFact {
     uint32_t channelSlots;
 } ServerFact;
 
+enum { kMaximumArguments = 5 };
+
+typedef struct ArgumentFact {
+    const char* name;
+    const char* type;
+    uint32_t flags;
+} ArgumentFact;
+
+/** One command; `arguments` ends with a null name. `icon` is null for none, and `enabled` what the enable
+ * test answers a host that has no selection. */
+typedef struct CommandFact {
+    const char* name;
+    ArgumentFact arguments[kMaximumArguments + 1];
+    TagFact notifiers[2];
+    const char* icon;
+    zxresult enabled;
+} CommandFact;
+
+/** The icon of a command with two integer arguments set. */
+typedef struct IconFact {
+    const char* command;
+    uint32_t first;
+    int32_t firstValue;
+    uint32_t second;
+    int32_t secondValue;
+    const char* icon;
+} IconFact;
+
+extern const CommandFact kCommands[];
+extern const uint32_t kCommandCount;
+extern const IconFact kIcons[];
+extern const uint32_t kIconCount;
 extern const ServerFact kServers[];
 extern const uint32_t kServerCount;
 

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <refhost/Host.h>
 #include <refhost/Modules.h>
+#include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
 
@@ -19,8 +20,10 @@ namespace app {
 namespace {
 
 /// The servers that a host of rigs asks for, in the order in which a module must name them.
-constexpr const char* kServers[] = {"ikfb",   "ik.joint",   "ik.positionTask", "ik.orientationTask",
-                                    "iktask", "ik.package", "ikFullBody"};
+constexpr const char* kServers[] = {
+    "ikfb",       "ikfb.assign", "ikfb.setRest",  "ikfb.task", "ikfb.goal",       "ikfb.goalAssign",
+    "ikfb.chain", "ikfb.remove", "ikfb.retarget", "ik.joint",  "ik.positionTask", "ik.orientationTask",
+    "iktask",     "ik.package",  "ikFullBody"};
 
 constexpr ZxId kUnknownInterface = {0x0123456789abcdefull, 0xfedcba9876543210ull};
 
@@ -140,6 +143,32 @@ void checkNames(const std::string& path)
             fmt::format("its servers are {} and not {}", fmt::join(found, ", "), fmt::join(expected, ", ")));
 }
 
+bool isSame(const ZxId& a, const ZxId& b) { return a.high == b.high && a.low == b.low; }
+
+void checkDescription(ZxObject* description, const std::string& server)
+{
+    const auto& table = tableOf<ZxStaticDescTable>(description);
+    std::uint32_t count = 0;
+    const char *key = nullptr, *value = nullptr;
+    expectCode(table.tagCount(description, &count), kZxOk, "the count of a static description");
+    for (std::uint32_t i = 0; i < count; ++i)
+        expectCode(table.tag(description, i, &key, &value), kZxOk, "a tag of a static description");
+    expectCode(table.tag(description, count, &key, &value), kZxOutOfRange,
+               fmt::format("a tag past the end of the description of '{}'", server).c_str());
+}
+
+void checkArguments(ZxObject* attributes, const std::string& server)
+{
+    const auto& table = tableOf<ZxAttributesTable>(attributes);
+    std::uint32_t count = 0;
+    const char* name = nullptr;
+    expectCode(table.count(attributes, &count), kZxOk, "the count of a command's arguments");
+    for (std::uint32_t i = 0; i < count; ++i)
+        expectCode(table.name(attributes, i, &name), kZxOk, "the name of an argument");
+    expectCode(table.name(attributes, count, &name), kZxOutOfRange,
+               fmt::format("the name of an argument of '{}' past the end", server).c_str());
+}
+
 void checkServers(const std::string& path)
 {
     const OpenModule module(path);
@@ -149,20 +178,18 @@ void checkServers(const std::string& path)
         ZxObject* unknown = nullptr;
         expectCode(server->table->query(server, &kUnknownInterface, &unknown), kZxNotFound,
                    fmt::format("'{}', asked for an unknown interface,", tag.name).c_str());
-        ZxObject* description = queryInterface(server, kZxIdStaticDesc, "StaticDesc");
-        ZxObject* sameIdentity = queryInterface(description, kZxIdObject, "Object");
+        const bool isCommand = isSame(tag.interfaceId, kZxIdCommand);
+        ZxObject* second = isCommand ? queryInterface(server, kZxIdAttributes, "Attributes")
+                                     : queryInterface(server, kZxIdStaticDesc, "StaticDesc");
+        ZxObject* sameIdentity = queryInterface(second, kZxIdObject, "Object");
         if (identity != sameIdentity)
             throw CheckFailure(
                 fmt::format("two interfaces of '{}' give different objects as its identity", tag.name));
-        const auto& table = tableOf<ZxStaticDescTable>(description);
-        std::uint32_t count = 0;
-        const char *key = nullptr, *value = nullptr;
-        expectCode(table.tagCount(description, &count), kZxOk, "the count of a static description");
-        for (std::uint32_t i = 0; i < count; ++i)
-            expectCode(table.tag(description, i, &key, &value), kZxOk, "a tag of a static description");
-        expectCode(table.tag(description, count, &key, &value), kZxOutOfRange,
-                   fmt::format("a tag past the end of the description of '{}'", tag.name).c_str());
-        for (ZxObject* object : {sameIdentity, description, identity, server})
+        if (isCommand)
+            checkArguments(second, tag.name);
+        else
+            checkDescription(second, tag.name);
+        for (ZxObject* object : {sameIdentity, second, identity, server})
             releaseObject(object);
     }
 }
@@ -171,7 +198,7 @@ void checkResetWithoutScene(const std::string& path)
 {
     const OpenModule module(path);
     for (const ServerTag& tag : tagsOf(module.object())) {
-        if (tag.interfaceId.high != kZxIdEvalModifier.high || tag.interfaceId.low != kZxIdEvalModifier.low)
+        if (!isSame(tag.interfaceId, kZxIdEvalModifier))
             continue;
         ZxObject* modifier = module.server(tag);
         expectCode(tableOf<ZxEvalModifierTable>(modifier).reset(modifier, nullptr), kZxNotAvailable,
@@ -249,7 +276,7 @@ constexpr ModuleCheck kChecks[] = {
     {"unknown-server", "answers \"not found\" to a request for a server that it hasn't", checkUnknownServer},
     {"wrong-id", "answers \"not found\" to a right name with a wrong identifier", checkWrongId},
     {"tag-past-end", "answers \"out of range\" to a tag past the end", checkTagPastEnd},
-    {"servers", "makes every server, with one identity and a static description", checkServers},
+    {"servers", "makes every server, with one identity, and a static description or arguments", checkServers},
     {"reset-without-scene", "answers \"not available\" to a modifier's reset without a scene", checkResetWithoutScene},
     {"evaluation", "solves a small rig in the reference host", checkEvaluation},
     {"references", "gives back every reference to the host's objects", checkReferences},

@@ -22,11 +22,12 @@ struct ArgumentSpec {
     std::string name;
     ArgumentType type = ArgumentType::Text;
     bool required = false;
-    std::string help;
-    std::vector<std::string> words; ///< the texts that are accepted; empty: every text
+    std::string help{};
+    std::vector<std::string> words{}; ///< the texts that are accepted; empty: every text
     /// An item that cannot be found reaches the command, whose enable test answers it; otherwise it is
     /// refused before.
     bool mayBeUnknown = false;
+    bool hidden = false; ///< a user is not asked for it
 };
 
 /// Values by index of the argument. Items are kept by identifier, so a value outlives its item.
@@ -49,6 +50,8 @@ public:
     /// Numbers that are not finite are refused.
     Result setNumber(int index, double value);
     Result setItem(int index, const Item& value);
+    /// Leaves the value as it is, or empty, and counts it as given.
+    void markSet(int index);
     void unset(int index);
     void unsetAll();
 

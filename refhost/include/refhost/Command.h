@@ -33,6 +33,12 @@ struct Enabled {
     static Enabled no(std::string why = {}) { return {false, std::move(why)}; }
 };
 
+/// An event after which a command is tested again: `select.event` with a selection type, `action.event` with
+/// `edit`; the rest of the argument says what about it.
+struct Notifier {
+    std::string name, argument;
+};
+
 /// One object per command, in the registry of `Commands`. It keeps nothing between two executions: what
 /// belongs to one run stands in its Invocation.
 class Command {
@@ -46,6 +52,10 @@ public:
     virtual CommandKind kind() const { return CommandKind::Edit; }
     /// One line as a user would type it; empty when the usage says enough.
     virtual std::string example() const { return {}; }
+    /// When not empty, what `enabled` says may be remembered until one of these events.
+    virtual const std::vector<Notifier>& notifiers() const;
+    /// Name of the icon for the arguments as they stand; empty for none.
+    virtual std::string icon(Invocation&) { return {}; }
     /// Asked before every execution, with the arguments set and checked.
     virtual Enabled enabled(Invocation&) { return {}; }
     /// A failure takes back everything the command did to the scene; the message reaches the user.

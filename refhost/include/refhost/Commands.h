@@ -26,6 +26,8 @@ struct [[nodiscard]] CommandResult {
     bool ok() const { return outcome == Outcome::Done; }
 };
 
+class EnableStates;
+
 using OutputSink = std::function<void(std::string_view)>;
 
 /// One line is one command:
@@ -65,7 +67,9 @@ public:
     const std::map<std::string, Command*, std::less<>>& names() const { return m_Names; }
 
     /// Runs a line. An empty line and a comment are done at once. Never throws for what the line says.
-    CommandResult execute(std::string_view line);
+    CommandResult execute(std::string_view line) { return execute(line, 0); }
+    /// The same with the flags that the invocation is to have.
+    CommandResult execute(std::string_view line, std::uint32_t executionFlags);
     /// A command without arguments yet. An unknown name is answered with the one that was perhaps meant.
     ResultOf<std::unique_ptr<Invocation>> spawn(std::string_view name);
     /// Reads the line into an invocation without running it; null and no message for an empty line.
@@ -73,6 +77,9 @@ public:
     /// Whether execute would run it now: required arguments, then the command's own test.
     Enabled test(Invocation& invocation);
     CommandResult execute(Invocation& invocation);
+    /// What the command's own test says without arguments, for lists; remembered where the command names the
+    /// events that may change it.
+    const Enabled& state(Command& command);
     /// Commands that are running now, one inside the other.
     int depth() const { return m_Depth; }
 
@@ -91,6 +98,7 @@ private:
     Host& m_Host;
     std::vector<std::unique_ptr<Command>> m_Commands;
     std::map<std::string, Command*, std::less<>> m_Names;
+    std::unique_ptr<EnableStates> m_States;
     OutputSink m_Output;
     bool m_PrintsJson = false;
     int m_Depth = 0;

@@ -16,6 +16,7 @@
 
 namespace refhost {
 
+class Channel;
 class HostBinding;
 class LoadedModule;
 
@@ -32,6 +33,13 @@ struct LiveReferences {
     std::size_t references = 0;
 };
 
+/// Whether a channel can be changed.
+struct ChannelState {
+    bool enabled = true;
+    std::string message; ///< why not; may be empty
+    std::vector<std::string> dependsOn; ///< names of the channels that decide
+};
+
 /// The modules of one host. Packages and item types that a module registered stay known to the host after it
 /// was unloaded; its nodes and what it put on items go.
 class Modules {
@@ -42,8 +50,9 @@ public:
     explicit Modules(Host& host);
     ~Modules();
 
-    /// Loads a module from a file. The message says what is wrong with it: no such file, unreadable, no
-    /// module, no entry, a start that failed, or a server that the host can't take.
+    /// Loads a module from a file, with the messages in the folder `messages` beside it. The message says
+    /// what is wrong with it: no such file, unreadable, no module, no entry, a start that failed, or a server
+    /// that the host can't take.
     Result load(const std::string& path);
     /// The same with an entry function in this process; `name` is the module's name.
     Result loadEntry(std::string_view name, ZxModuleEntry entry);
@@ -60,6 +69,10 @@ public:
     /// Where `load` looks by habit: the environment variable SINEW_MODULE, else `ik.zx` beside the running
     /// program or in ../lib. A path is given even when nothing is there.
     static std::string defaultPath();
+
+    /// Whether the module that brought the channel lets it be changed, going by the evaluated values at a
+    /// time in seconds. Channels of the host are always enabled.
+    ChannelState channelState(Channel& channel, double time) const;
 
     // What tests and checks look at
 

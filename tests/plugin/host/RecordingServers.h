@@ -2,6 +2,8 @@
 // Classes behind the plug-in's tables that note which of their operations was called.
 #pragma once
 
+#include "host/CZxChannelUI.h"
+#include "host/CZxCommand.h"
 #include "host/CZxEvaluation.h"
 #include "host/CZxModule.h"
 #include "host/CZxPackage.h"
@@ -65,6 +67,83 @@ public:
     zxresult tagCount(uint32_t*) override { return note("tagCount"); }
     zxresult tag(uint32_t, const char**, const char**, const ZxId**) override { return note("tag"); }
     zxresult setContext(ZxObject*) override { return note("setContext"); }
+
+private:
+    static zxresult note(const char* operation)
+    {
+        called = operation;
+        return kZxAborted;
+    }
+};
+
+/// The same for commands and for what shows channels.
+class RecordingCommand final : public CZxImpl_Command, public CZxImpl_ChannelUI {
+public:
+    static inline std::string called;
+
+    // Command
+    zxresult execute(uint32_t) override { return note("execute"); }
+    zxresult flags(uint32_t*) override { return note("flags"); }
+    zxresult notifier(uint32_t, const char**, const char**) override { return note("notifier"); }
+    zxresult enable(ZxObject*) override { return note("enable"); }
+    zxresult icon(const char**) override { return note("icon"); }
+    // ChannelUI
+    zxresult enabled(const char*, ZxObject*, ZxObject*, ZxObject*) override { return note("enabled"); }
+    zxresult dependencyCount(const char*, uint32_t*) override { return note("dependencyCount"); }
+    zxresult dependency(const char*, uint32_t, uint32_t*, const char**) override
+    {
+        return note("dependency");
+    }
+    zxresult visible(const char*, ZxObject*) override { return note("visible"); }
+    zxresult label(const char*, const char**) override { return note("label"); }
+    zxresult help(const char*, const char**) override { return note("help"); }
+    zxresult group(const char*, const char**) override { return note("group"); }
+    zxresult order(const char*, int32_t*) override { return note("order"); }
+
+private:
+    static zxresult note(const char* operation)
+    {
+        called = operation;
+        return kZxAborted;
+    }
+};
+
+/// The same for arguments.
+class RecordingArguments final : public CZxImpl_Attributes, public CZxImpl_AttributesUI {
+public:
+    static inline std::string called;
+
+    zxresult count(uint32_t*) override { return note("count"); }
+    zxresult name(uint32_t, const char**) override { return note("name"); }
+    zxresult type(uint32_t, const char**) override { return note("type"); }
+    zxresult argumentFlags(uint32_t, uint32_t*) override { return note("argumentFlags"); }
+    zxresult value(uint32_t, uint32_t, ZxObject**) override { return note("value"); }
+    zxresult clear(uint32_t) override { return note("clear"); }
+    zxresult argumentEnabled(uint32_t, ZxObject*) override { return note("argumentEnabled"); }
+    zxresult argumentLabel(uint32_t, const char**) override { return note("argumentLabel"); }
+
+private:
+    static zxresult note(const char* operation)
+    {
+        called = operation;
+        return kZxAborted;
+    }
+};
+
+/// The same for values.
+class RecordingValue final : public CZxImpl_Value, public CZxImpl_ValueReference {
+public:
+    static inline std::string called;
+
+    zxresult type(const char**) override { return note("type"); }
+    zxresult integer(int32_t*) override { return note("integer"); }
+    zxresult number(double*) override { return note("number"); }
+    zxresult text(const char**) override { return note("text"); }
+    zxresult setInteger(int32_t) override { return note("setInteger"); }
+    zxresult setNumber(double) override { return note("setNumber"); }
+    zxresult setText(const char*) override { return note("setText"); }
+    zxresult get(ZxObject**) override { return note("get"); }
+    zxresult set(ZxObject*) override { return note("set"); }
 
 private:
     static zxresult note(const char* operation)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Every table of the plug-in: complete, in the order that the host expects, and tight for exceptions.
 #include "RecordingServers.h"
+#include "host/CZxBasicCommand.h"
+#include "host/CZxChannelUI.h"
 #include "host/CZxGenericPolymorph.h"
 #include "plugin/support/StartedPlugin.h"
 #include "rig/CIKTaskNode.h"
@@ -29,6 +31,12 @@ const Family kFamilies[] = {
     {"PackageInstance", kZxIdPackageInstance, sizeof(ZxPackageInstanceTable)},
     {"EvalModifier", kZxIdEvalModifier, sizeof(ZxEvalModifierTable)},
     {"Modifier", kZxIdModifier, sizeof(ZxModifierTable)},
+    {"Command", kZxIdCommand, sizeof(ZxCommandTable)},
+    {"Attributes", kZxIdAttributes, sizeof(ZxAttributesTable)},
+    {"AttributesUI", kZxIdAttributesUI, sizeof(ZxAttributesUITable)},
+    {"Value", kZxIdValue, sizeof(ZxValueTable)},
+    {"ValueReference", kZxIdValueReference, sizeof(ZxValueReferenceTable)},
+    {"ChannelUI", kZxIdChannelUI, sizeof(ZxChannelUITable)},
 };
 
 CZxObject adopted(ZxObject* object)
@@ -70,6 +78,14 @@ std::string reached(zxresult (*Table::*slot)(ZxObject*, A...))
     return Recorder::called;
 }
 
+/// Interfaces that a server offers.
+int interfaceCount(const std::string& server)
+{
+    if (server.starts_with("ikfb."))
+        return 3; // Command, Attributes, AttributesUI
+    return server == "ik.joint" || server == "ik.package" ? 3 : 2; // those two have ChannelUI
+}
+
 TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
 {
     CZxThisModule& module = startedPlugin();
@@ -85,7 +101,7 @@ TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
         ZxObject* made = nullptr;
         ASSERT_EQ(module.server(name, id, &made), kZxOk);
         const CZxObject server = adopted(made);
-        EXPECT_GE(expectFullTables(server.object()), 1);
+        EXPECT_EQ(expectFullTables(server.object()), interfaceCount(name));
         if (!(*id == kZxIdPackage))
             continue;
         ASSERT_EQ(reinterpret_cast<const ZxPackageTable*>(made->table)->attach(made, &made), kZxOk);
@@ -93,6 +109,7 @@ TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
     }
     EXPECT_EQ(expectFullTables(adopted(spawnerOf<CMarionetNode>->create()).object()), 1);
     EXPECT_EQ(expectFullTables(adopted(spawnerOf<CIKTaskNode>->create()).object()), 1);
+    EXPECT_EQ(expectFullTables(adopted(spawnerOf<CZxArgumentValue>->create()).object()), 2);
 }
 
 #define EXPECT_SLOT(Recorder, Face, operation)                                                               \
@@ -125,6 +142,38 @@ TEST(Tables, everySlotReachesTheOperationOfItsName)
     EXPECT_SLOT(RecordingServer, Modifier, end);
     EXPECT_SLOT(RecordingServer, Modifier, timeJumped);
     EXPECT_SLOT(RecordingServer, Modifier, figure);
+    EXPECT_SLOT(RecordingCommand, Command, execute);
+    EXPECT_SLOT(RecordingCommand, Command, flags);
+    EXPECT_SLOT(RecordingCommand, Command, notifier);
+    EXPECT_SLOT(RecordingCommand, Command, enable);
+    EXPECT_SLOT(RecordingCommand, Command, icon);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, enabled);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, dependencyCount);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, dependency);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, visible);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, label);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, help);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, group);
+    EXPECT_SLOT(RecordingCommand, ChannelUI, order);
+    EXPECT_SLOT(RecordingArguments, Attributes, count);
+    EXPECT_SLOT(RecordingArguments, Attributes, name);
+    EXPECT_SLOT(RecordingArguments, Attributes, type);
+    EXPECT_SLOT(RecordingArguments, Attributes, value);
+    EXPECT_SLOT(RecordingArguments, Attributes, clear);
+    EXPECT_SLOT(RecordingValue, Value, type);
+    EXPECT_SLOT(RecordingValue, Value, integer);
+    EXPECT_SLOT(RecordingValue, Value, number);
+    EXPECT_SLOT(RecordingValue, Value, text);
+    EXPECT_SLOT(RecordingValue, Value, setInteger);
+    EXPECT_SLOT(RecordingValue, Value, setNumber);
+    EXPECT_SLOT(RecordingValue, Value, setText);
+    EXPECT_SLOT(RecordingValue, ValueReference, get);
+    EXPECT_SLOT(RecordingValue, ValueReference, set);
+    EXPECT_EQ((reached<RecordingArguments, CZxImpl_Attributes>(&ZxAttributesTable::flags)), "argumentFlags");
+    EXPECT_EQ((reached<RecordingArguments, CZxImpl_AttributesUI>(&ZxAttributesUITable::enabled)),
+              "argumentEnabled");
+    EXPECT_EQ((reached<RecordingArguments, CZxImpl_AttributesUI>(&ZxAttributesUITable::label)),
+              "argumentLabel");
 }
 
 /// Its operations throw.

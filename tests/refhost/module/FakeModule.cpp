@@ -264,6 +264,35 @@ private:
     uint32_t m_Type = 0, m_Count = 0, m_Index = 0;
 };
 
+/// A command without arguments.
+class CommandServer final : public FakeObject {
+public:
+    CommandServer()
+    {
+        static const ZxCommandTable table = {.object = kOps,
+                                             .execute = thunk<CommandServer, &CommandServer::execute>,
+                                             .flags = thunk<CommandServer, &CommandServer::flags>,
+                                             .notifier = thunk<CommandServer, &CommandServer::notifier>,
+                                             .enable = thunk<CommandServer, &CommandServer::enable>,
+                                             .icon = thunk<CommandServer, &CommandServer::icon>};
+        offer(kZxIdCommand, table.object, this);
+    }
+    zxresult execute(uint32_t) { return FakeWorld::current->execute ? FakeWorld::current->execute() : kZxOk; }
+    zxresult flags(uint32_t* flags)
+    {
+        *flags = kZxCommandChangesScene | kZxCommandUndo;
+        return kZxOk;
+    }
+    zxresult notifier(uint32_t, const char**, const char**) { return kZxOutOfRange; }
+    zxresult enable(ZxObject* message)
+    {
+        CZxLocalizedObject holder;
+        check(holder.query(message, kZxIdMessage));
+        return FakeWorld::current->enable ? FakeWorld::current->enable(holder) : kZxTrue;
+    }
+    zxresult icon(const char**) { return kZxNotFound; }
+};
+
 class FakeModule final : public FakeObject {
 public:
     FakeModule()
@@ -292,6 +321,8 @@ public:
                 continue;
             if (first == kZxIdEvalModifier)
                 *server = (new ModifierServer)->face();
+            else if (first == kZxIdCommand)
+                *server = (new CommandServer)->face();
             else
                 *server = (new PackageServer(one == FakeWorld::current->itemType))->face();
             return kZxOk;

@@ -5,6 +5,7 @@
 #include <glue/Reference.h>
 #include <glue/Thunk.h>
 #include <zx/ZxChannel.h>
+#include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxItem.h>
@@ -41,6 +42,10 @@ struct FakeWorld {
     std::function<zxresult(const Item&, const Evaluation&)> allocate;
     std::function<zxresult(const Evaluation&)> evaluate;
     std::function<void(const CZxLocalizedObject& context)> onContext;
+    /// A server of the kind Command, which `moreServers` may name, does these; without `enable` it is
+    /// enabled.
+    std::function<zxresult(const CZxLocalizedObject& message)> enable;
+    std::function<zxresult()> execute;
     bool keepsItems = false; ///< a module that counts wrongly
 
     // What happened

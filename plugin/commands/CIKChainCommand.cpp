@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// `ikfb.chain`.
+#include "commands/CIKChainCommand.h"
+
+#include "rig/RigQueries.h"
+
+namespace {
+
+constexpr const char* kTable = "ikfb.chain";
+constexpr ArgumentRow kArguments[] = {{"item", "&item", kZxArgumentOptional},
+                                      {"mode", "integer", kZxArgumentOptional}};
+
+/// What one execution works with.
+struct ChainChange {
+    RigTypes types;
+    CZxUser_ItemGraph ikRefs;
+    CZxUser_ChannelRead read;
+    CZxUser_ChannelWrite write;
+
+    bool isJointType(const CZxUser_Item& item) const
+    {
+        return types.isLocator(item) && !types.isSolver(item);
+    }
+
+    /// False when the item can't be taken in; then nothing below it is.
+    bool add(const CZxUser_Item& item) const
+    {
+        if (!isJointType(item) || IsInRig(ikRefs, item))
+            return false;
+        const CZxUser_Item parent = item.parent();
+        if (!parent || !IsInRig(ikRefs, parent))
+            return false;
+        AddLink(ikRefs, parent, item);
+        CaptureRestPose(read, write, item, true);
+        return true;
+    }
+    /// False when the item is no joint; then nothing below it is touched.
+    bool remove(const CZxUser_Item& item) const
+    {
+        if (!isJointType(item) || !IsInRig(ikRefs, item))
+            return false;
+        if (const CZxUser_Item parent = item.parent())
+            DeleteLink(ikRefs, parent, item);
+        for (const char* package : {"ik.package", "ik.joint", "ik.positionTask", "ik.orientationTask"})
+            item.removePackage(package);
+        return true;
+    }
+};
+
+} // namespace
+
+CIKChainCommand::CIKChainCommand() : CRigCommand(kArguments, RetestOn::SelectionChange) { }
+
+zxresult CIKChainCommand::icon(const char** name)
+{
+    *name = integer(1) == 0 ? "ikfb.chainRem" : "ikfb.chainAdd";
+    return kZxOk;
+}
+
+zxresult CIKChainCommand::enable(ZxObject* messageObject)
+{
+    const CZxUser_Message message = MessageOf(messageObject);
+    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
+        return test;
+    CZxUser_Item item;
+    if (const zxresult test = testItem(message, item); test != kZxTrue)
+        return test;
+    const RigTypes types;
+    if (!types.isLocator(item))
+        return message.refuse(kTable, 1001);
+    if (types.isSolver(item))
+        return message.refuse(kTable, 1002);
+    const CZxUser_ItemGraph ikRefs = sceneOf(item).itemGraph("ikRefs");
+    const CZxUser_Item parent = item.parent();
+    if (integer(1) == 0) {
+        if (!IsInRig(ikRefs, item))
+            return message.refuse(kTable, 1006);
+        if (HasSolverChild(item, types.solver))
+            return message.refuse(kTable, 1007);
+        if (parent && HasSolverChild(parent, types.solver))
+            return message.refuse(kTable, 1008);
+        return kZxTrue;
+    }
+    if (IsInRig(ikRefs, item))
+        return message.refuse(kTable, 1003);
+    if (!parent || !IsInRig(ikRefs, parent))
+        return message.refuse(kTable, 1005);
+    return kZxTrue;
+}
+
+zxresult CIKChainCommand::execute(uint32_t)
+{
+    ChainChange change;
+    const std::vector<CZxUser_Item> items =
+        CollectCommandItems([&](const CZxUser_Item& item) { return change.types.isLocator(item); });
+    if (items.empty())
+        return kZxOk;
+    const bool removes = integer(1) == 0;
+    const CZxUser_Scene scene = sceneOf(items.front());
+    change.ikRefs = scene.itemGraph("ikRefs");
+    change.read = scene.channelRead(nullptr, 0);
+    change.write = scene.channelWrite("setup", 0);
+    const auto step = [&](const CZxUser_Item& item) {
+        return removes ? change.remove(item) : change.add(item);
+    };
+    for (const CZxUser_Item& item : items)
+        if (step(item))
+            ForEachBelow(item, [&](const CZxUser_Item&, const CZxUser_Item& child) { return step(child); });
+    return kZxOk;
+}

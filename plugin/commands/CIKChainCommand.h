@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// `ikfb.chain`: takes a locator with all below it into a rig, or a joint with all below it out of it.
+#pragma once
+
+#include "commands/RigCommand.h"
+
+class CIKChainCommand final : public CRigCommand {
+public:
+    CIKChainCommand();
+
+    zxresult execute(uint32_t flags) override;
+    zxresult enable(ZxObject* message) override;
+    zxresult icon(const char** name) override;
+};

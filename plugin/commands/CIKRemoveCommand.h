@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// `ikfb.remove`: takes whole rigs out of the scene and leaves their locators.
+#pragma once
+
+#include "commands/RigCommand.h"
+
+class CIKRemoveCommand final : public CRigCommand {
+public:
+    CIKRemoveCommand();
+
+    zxresult execute(uint32_t flags) override;
+    zxresult enable(ZxObject* message) override;
+};
