@@ -49,7 +49,10 @@ struct ChainChange {
 
 } // namespace
 
-CIKChainCommand::CIKChainCommand() : CRigCommand(kArguments, RetestOn::SelectionChange) { }
+CIKChainCommand::CIKChainCommand()
+    : CRigJointCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::SelectionChange})
+{
+}
 
 zxresult CIKChainCommand::icon(const char** name)
 {
@@ -57,34 +60,24 @@ zxresult CIKChainCommand::icon(const char** name)
     return kZxOk;
 }
 
-zxresult CIKChainCommand::enable(ZxObject* messageObject)
+zxresult CIKChainCommand::testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                                      const RigTypes& types) const
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
-    CZxUser_Item item;
-    if (const zxresult test = testItem(message, item); test != kZxTrue)
-        return test;
-    const RigTypes types;
-    if (!types.isLocator(item))
-        return message.refuse(kTable, 1001);
-    if (types.isSolver(item))
-        return message.refuse(kTable, 1002);
     const CZxUser_ItemGraph ikRefs = sceneOf(item).itemGraph("ikRefs");
     const CZxUser_Item parent = item.parent();
     if (integer(1) == 0) {
         if (!IsInRig(ikRefs, item))
-            return message.refuse(kTable, 1006);
+            return refuse(message, 1006);
         if (HasSolverChild(item, types.solver))
-            return message.refuse(kTable, 1007);
+            return refuse(message, 1007);
         if (parent && HasSolverChild(parent, types.solver))
-            return message.refuse(kTable, 1008);
+            return refuse(message, 1008);
         return kZxTrue;
     }
     if (IsInRig(ikRefs, item))
-        return message.refuse(kTable, 1003);
+        return refuse(message, 1003);
     if (!parent || !IsInRig(ikRefs, parent))
-        return message.refuse(kTable, 1005);
+        return refuse(message, 1005);
     return kZxTrue;
 }
 

@@ -9,17 +9,17 @@ constexpr ArgumentRow kArguments[] = {{"item", "&item", kZxArgumentOptional}};
 
 } // namespace
 
-CIKRemoveCommand::CIKRemoveCommand() : CRigCommand(kArguments, RetestOn::EditOrSelection) { }
-
-zxresult CIKRemoveCommand::enable(ZxObject* messageObject)
+CIKRemoveCommand::CIKRemoveCommand()
+    : CRigCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::EditOrSelection})
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
+}
+
+zxresult CIKRemoveCommand::test(const CZxUser_Message& message) const
+{
     const RigTypes types;
     const bool any =
         !CollectCommandItems([&](const CZxUser_Item& item) { return types.isSolver(item); }).empty();
-    return any ? kZxTrue : message.refuse(kTable, 1001);
+    return any ? kZxTrue : refuse(message, 1001);
 }
 
 zxresult CIKRemoveCommand::execute(uint32_t)

@@ -9,5 +9,7 @@ public:
     CIKRemoveCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
+
+protected:
+    zxresult test(const CZxUser_Message& message) const override;
 };

@@ -9,7 +9,9 @@ public:
     CIKRetargetCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
+
+protected:
+    zxresult test(const CZxUser_Message& message) const override;
 
 private:
     struct Pair {

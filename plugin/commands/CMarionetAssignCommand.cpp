@@ -110,26 +110,19 @@ void Assignment::LinkChainToRoot(const CZxUser_Item& end) const
 
 } // namespace
 
-CMarionetAssignCommand::CMarionetAssignCommand() : CRigCommand(kArguments, RetestOn::EditOrSelection) { }
-
-zxresult CMarionetAssignCommand::enable(ZxObject* messageObject)
+CMarionetAssignCommand::CMarionetAssignCommand()
+    : CRigJointCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::EditOrSelection})
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
-    CZxUser_Item item;
-    if (const zxresult test = testItem(message, item); test != kZxTrue)
-        return test;
-    const RigTypes types;
-    if (!types.isLocator(item))
-        return message.refuse(kTable, 1001);
-    if (types.isSolver(item))
-        return message.refuse(kTable, 1002);
+}
+
+zxresult CMarionetAssignCommand::testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                                             const RigTypes& types) const
+{
     if (IsInRig(sceneOf(item).itemGraph("ikRefs"), item))
-        return message.refuse(kTable, 1003);
+        return refuse(message, 1003);
     const uint32_t childCount = item.childCount();
     if (childCount == 0)
-        return message.refuse(kTable, 1004);
+        return refuse(message, 1004);
     uint32_t selectedCount = 0;
     bool hasUsableChild = false;
     for (uint32_t i = 0; i < childCount; ++i) {
@@ -138,8 +131,8 @@ zxresult CMarionetAssignCommand::enable(ZxObject* messageObject)
         hasUsableChild = hasUsableChild || (types.isLocator(child) && !HasSolverChild(child, types.solver));
     }
     if (selectedCount == childCount)
-        return message.refuse(kTable, 1005);
-    return hasUsableChild ? kZxTrue : message.refuse(kTable, 1004);
+        return refuse(message, 1005);
+    return hasUsableChild ? kZxTrue : refuse(message, 1004);
 }
 
 zxresult CMarionetAssignCommand::execute(uint32_t)

@@ -4,10 +4,13 @@
 
 #include "commands/RigCommand.h"
 
-class CMarionetAssignCommand final : public CRigCommand {
+class CMarionetAssignCommand final : public CRigJointCommand {
 public:
     CMarionetAssignCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
+
+protected:
+    zxresult testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                         const RigTypes& types) const override;
 };

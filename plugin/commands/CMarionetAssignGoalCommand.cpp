@@ -25,7 +25,8 @@ bool HasGoal(const CZxUser_ChannelGraph& chanLinks, const CZxUser_Item& joint, c
 
 } // namespace
 
-CMarionetAssignGoalCommand::CMarionetAssignGoalCommand() : CRigCommand(kArguments, RetestOn::EditOrSelection)
+CMarionetAssignGoalCommand::CMarionetAssignGoalCommand()
+    : CRigCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::EditOrSelection})
 {
 }
 
@@ -77,18 +78,15 @@ int CMarionetAssignGoalCommand::ResolveGoalPair(int32_t type, const RigTypes& ty
     return aIsJoint ? 0 : 1;
 }
 
-zxresult CMarionetAssignGoalCommand::enable(ZxObject* messageObject)
+zxresult CMarionetAssignGoalCommand::test(const CZxUser_Message& message) const
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
     const RigTypes types;
     Pair pair;
     const int resolved = ResolveGoalPair(integer(2), types, pair);
     if (resolved < 0)
-        return message.refuse(kTable, 1000 + static_cast<uint32_t>(-resolved));
+        return refuse(message, 1000 + static_cast<uint32_t>(-resolved));
     if (HasSolverChild(pair.first, types.solver))
-        return message.refuse(kTable, 1007);
+        return refuse(message, 1007);
     return kZxTrue;
 }
 

@@ -9,8 +9,10 @@ public:
     CMarionetAssignGoalCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
     zxresult icon(const char** name) override;
+
+protected:
+    zxresult test(const CZxUser_Message& message) const override;
 
 private:
     /// The joint and the goal among the two items, and which came first.

@@ -118,28 +118,21 @@ void GoalMaker::DecorateGoal(const CZxUser_Item& joint, const CZxUser_Item& goal
 
 } // namespace
 
-CMarionetGoalCommand::CMarionetGoalCommand() : CRigCommand(kArguments, RetestOn::EditOrSelection) { }
-
-zxresult CMarionetGoalCommand::enable(ZxObject* messageObject)
+CMarionetGoalCommand::CMarionetGoalCommand()
+    : CRigJointCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::EditOrSelection})
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
-    CZxUser_Item item;
-    if (const zxresult test = testItem(message, item); test != kZxTrue)
-        return test;
-    const RigTypes types;
-    if (!types.isLocator(item))
-        return message.refuse(kTable, 1001);
-    if (types.isSolver(item))
-        return message.refuse(kTable, 1002);
+}
+
+zxresult CMarionetGoalCommand::testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                                           const RigTypes& types) const
+{
     if (HasSolverChild(item, types.solver))
-        return message.refuse(kTable, 1004);
+        return refuse(message, 1004);
     const CZxUser_Scene scene = sceneOf(item);
     if (!IsInRig(scene.itemGraph("ikRefs"), item))
-        return message.refuse(kTable, 1001);
+        return refuse(message, 1001);
     if (FindLinkedGoal(scene.channelGraph("chanLinks"), item, types.locator))
-        return message.refuse(kTable, 1003);
+        return refuse(message, 1003);
     return kZxTrue;
 }
 

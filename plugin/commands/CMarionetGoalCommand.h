@@ -4,10 +4,13 @@
 
 #include "commands/RigCommand.h"
 
-class CMarionetGoalCommand final : public CRigCommand {
+class CMarionetGoalCommand final : public CRigJointCommand {
 public:
     CMarionetGoalCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
+
+protected:
+    zxresult testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                         const RigTypes& types) const override;
 };

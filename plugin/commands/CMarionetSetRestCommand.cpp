@@ -11,20 +11,20 @@ constexpr ArgumentRow kArguments[] = {{"item", "&item", kZxArgumentOptional}};
 
 } // namespace
 
-CMarionetSetRestCommand::CMarionetSetRestCommand() : CRigCommand(kArguments, RetestOn::SelectionChange) { }
-
-zxresult CMarionetSetRestCommand::enable(ZxObject* messageObject)
+CMarionetSetRestCommand::CMarionetSetRestCommand()
+    : CRigCommand({.table = kTable, .arguments = kArguments, .events = RetestOn::SelectionChange})
 {
-    const CZxUser_Message message = MessageOf(messageObject);
-    if (const zxresult test = testSceneInSetupMode(message); test != kZxTrue)
-        return test;
+}
+
+zxresult CMarionetSetRestCommand::test(const CZxUser_Message& message) const
+{
     CZxUser_Item item;
-    if (const zxresult test = testItem(message, item); test != kZxTrue)
-        return test;
+    if (const zxresult found = testItem(message, item); found != kZxTrue)
+        return found;
     const RigTypes types;
     if (types.isLocator(item) && (IsInRig(sceneOf(item).itemGraph("ikRefs"), item) || types.isSolver(item)))
         return kZxTrue;
-    return message.refuse(kTable, 1003);
+    return refuse(message, 1003);
 }
 
 zxresult CMarionetSetRestCommand::execute(uint32_t)

@@ -67,7 +67,13 @@ struct TaskChange {
 
 } // namespace
 
-CMarionetTaskCommand::CMarionetTaskCommand() : CRigCommand(kArguments, RetestOn::SelectionChange) { }
+CMarionetTaskCommand::CMarionetTaskCommand()
+    : CRigJointCommand({.table = kTable,
+                        .arguments = kArguments,
+                        .events = RetestOn::SelectionChange,
+                        .needsSetupMode = false}) // tasks may change while the user animates
+{
+}
 
 zxresult CMarionetTaskCommand::icon(const char** name)
 {
@@ -79,25 +85,16 @@ zxresult CMarionetTaskCommand::icon(const char** name)
     return kZxOk;
 }
 
-zxresult CMarionetTaskCommand::enable(ZxObject* messageObject)
+zxresult CMarionetTaskCommand::testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                                           const RigTypes&) const
 {
-    // Neither scene nor setup mode is tested: tasks may change while the user animates.
-    const CZxUser_Message message = MessageOf(messageObject);
-    CZxUser_Item item;
-    if (const zxresult test = testItem(message, item); test != kZxTrue)
-        return test;
-    const RigTypes types;
-    if (!types.isLocator(item))
-        return message.refuse(kTable, 1001);
-    if (types.isSolver(item))
-        return message.refuse(kTable, 1002);
     if (!IsInRig(sceneOf(item).itemGraph("ikRefs"), item))
-        return message.refuse(kTable, 1001);
+        return refuse(message, 1001);
     const bool isPosition = integer(1) == 0;
     const int32_t mode = integer(2);
     if (item.hasPackage(isPosition ? kPositionTask : kOrientationTask))
-        return mode == 1 ? message.refuse(kTable, isPosition ? 1003 : 1005) : kZxTrue;
-    return mode == 0 ? message.refuse(kTable, isPosition ? 1004 : 1006) : kZxTrue;
+        return mode == 1 ? refuse(message, isPosition ? 1003 : 1005) : kZxTrue;
+    return mode == 0 ? refuse(message, isPosition ? 1004 : 1006) : kZxTrue;
 }
 
 zxresult CMarionetTaskCommand::execute(uint32_t)

@@ -4,11 +4,14 @@
 
 #include "commands/RigCommand.h"
 
-class CMarionetTaskCommand final : public CRigCommand {
+class CMarionetTaskCommand final : public CRigJointCommand {
 public:
     CMarionetTaskCommand();
 
     zxresult execute(uint32_t flags) override;
-    zxresult enable(ZxObject* message) override;
     zxresult icon(const char** name) override;
+
+protected:
+    zxresult testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                         const RigTypes& types) const override;
 };

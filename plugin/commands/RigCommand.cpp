@@ -24,18 +24,24 @@ zxresult CRigCommand::notifier(uint32_t index, const char** name, const char** a
     if (index >= 2)
         return kZxOutOfRange;
     const Notifier& notifier =
-        (m_Events == RetestOn::SelectionChange ? kSelectionChange : kEditOrSelection)[index];
+        (m_Facts.events == RetestOn::SelectionChange ? kSelectionChange : kEditOrSelection)[index];
     *name = notifier.name;
     *argument = notifier.argument;
     return kZxOk;
 }
 
-zxresult CRigCommand::testSceneInSetupMode(const CZxUser_Message& message)
+zxresult CRigCommand::enable(ZxObject* messageObject)
 {
-    CZxUser_Scene scene;
-    if (!CurrentScene(scene))
-        return kZxFalse;
-    return scene.isSetupMode() ? kZxTrue : message.refuse("ikfb.general", 1003);
+    CZxUser_Message message;
+    message.query(messageObject, kZxIdMessage);
+    if (m_Facts.needsSetupMode) {
+        CZxUser_Scene scene;
+        if (!CurrentScene(scene))
+            return kZxFalse;
+        if (!scene.isSetupMode())
+            return message.refuse("ikfb.general", 1003);
+    }
+    return test(message);
 }
 
 zxresult CRigCommand::testItem(const CZxUser_Message& message, CZxUser_Item& item) const
@@ -48,9 +54,15 @@ zxresult CRigCommand::testItem(const CZxUser_Message& message, CZxUser_Item& ite
     return item ? kZxTrue : message.refuse("ikfb.general", 1001);
 }
 
-CZxUser_Message MessageOf(ZxObject* object)
+zxresult CRigJointCommand::test(const CZxUser_Message& message) const
 {
-    CZxUser_Message message;
-    message.query(object, kZxIdMessage);
-    return message;
+    CZxUser_Item item;
+    if (const zxresult found = testItem(message, item); found != kZxTrue)
+        return found;
+    const RigTypes types;
+    if (!types.isLocator(item))
+        return refuse(message, 1001);
+    if (types.isSolver(item))
+        return refuse(message, 1002);
+    return testLocator(message, item, types);
 }

@@ -20,21 +20,34 @@ struct RigTypes {
 /// Events after which the host re-tests a command.
 enum class RetestOn { SelectionChange, EditOrSelection };
 
+/// A command, as facts.
+struct RigCommandFacts {
+    const char* table; ///< of its messages
+    std::span<const ArgumentRow> arguments;
+    RetestOn events;
+    bool needsSetupMode = true; ///< and with it a current scene
+};
+
 /// Base of the eight commands. Their members live for one execution or one test; nothing is kept in between.
 class CRigCommand : public CZxBasicCommand {
 public:
-    zxresult flags(uint32_t* flags) override;
-    zxresult notifier(uint32_t index, const char** name, const char** argument) override;
+    zxresult flags(uint32_t* flags) final;
+    zxresult notifier(uint32_t index, const char** name, const char** argument) final;
+    /// A current scene in setup mode, unless the command does without; then the command's own tests.
+    zxresult enable(ZxObject* message) final;
 
 protected:
-    CRigCommand(std::span<const ArgumentRow> rows, RetestOn events) : CZxBasicCommand(rows), m_Events(events)
-    {
-    }
+    explicit CRigCommand(const RigCommandFacts& facts) : CZxBasicCommand(facts.arguments), m_Facts(facts) { }
 
-    /// The first steps of the enable tests: a current scene, in setup mode. kZxTrue goes on.
-    static zxresult testSceneInSetupMode(const CZxUser_Message& message);
-    /// The next step: argument 0, or the first selected item. kZxTrue goes on, with the item.
+    /// The command's own tests, in the order in which their messages go before each other.
+    virtual zxresult test(const CZxUser_Message& message) const = 0;
+    /// Argument 0, or the first selected item. kZxTrue goes on, with the item.
     zxresult testItem(const CZxUser_Message& message, CZxUser_Item& item) const;
+    /// A message of the command's own table.
+    zxresult refuse(const CZxUser_Message& message, uint32_t number) const
+    {
+        return message.refuse(m_Facts.table, number);
+    }
 
     /// Argument 0 when it passes the filter, or when it isn't given all selected items that do.
     template <class Filter>
@@ -48,8 +61,17 @@ protected:
     }
 
 private:
-    RetestOn m_Events;
+    RigCommandFacts m_Facts;
 };
 
-/// A message object by the interface that the tests use.
-CZxUser_Message MessageOf(ZxObject* object);
+/// Base of the commands that work on joints or on what is to become one: the item must be a locator (message
+/// 1001) and no solver item (1002).
+class CRigJointCommand : public CRigCommand {
+protected:
+    using CRigCommand::CRigCommand;
+
+    zxresult test(const CZxUser_Message& message) const final;
+    /// The tests behind those.
+    virtual zxresult testLocator(const CZxUser_Message& message, const CZxUser_Item& item,
+                                 const RigTypes& types) const = 0;
+};

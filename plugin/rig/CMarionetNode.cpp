@@ -22,6 +22,17 @@ void AddAxisChannels(const CZxUser_Evaluation& evaluation, const CZxUser_Item& i
             evaluation.addChannel(item, (std::string("ikAxis") + kAxisLetters[a] + suffix).c_str(), kZxRead);
 }
 
+/// `ikAxisXMin` and `ikAxisXMax`, or with the tail `Trans` those of the translation, axis by axis.
+void AddRangeChannels(const CZxUser_Evaluation& evaluation, const CZxUser_Item& item, const char* tail,
+                      uint32_t (&minima)[3], uint32_t (&maxima)[3])
+{
+    for (uint32_t a = 0; a < 3; ++a) {
+        const std::string axis = std::string("ikAxis") + kAxisLetters[a];
+        minima[a] = evaluation.addChannel(item, (axis + "Min" + tail).c_str(), kZxRead);
+        maxima[a] = evaluation.addChannel(item, (axis + "Max" + tail).c_str(), kZxRead);
+    }
+}
+
 /// `name`.X, .Y and .Z.
 void AddVectorChannels(const CZxUser_Evaluation& evaluation, const CZxUser_Item& item, const char* name,
                        uint32_t* indices)
@@ -198,17 +209,9 @@ void CMarionetNode::addBoneChannels(BoneRecord& bone)
     AddAxisChannels(m_Evaluation, bone.item, "RotWeight", bone.rotationWeight);
     AddAxisChannels(m_Evaluation, bone.item, "PosWeight", bone.positionWeight);
     AddAxisChannels(m_Evaluation, bone.item, "Limits", bone.limits);
-    for (uint32_t a = 0; a < 3; ++a) {
-        const std::string axis = std::string("ikAxis") + kAxisLetters[a];
-        bone.limitMin[a] = add((axis + "Min").c_str(), kZxRead);
-        bone.limitMax[a] = add((axis + "Max").c_str(), kZxRead);
-    }
+    AddRangeChannels(m_Evaluation, bone.item, "", bone.limitMin, bone.limitMax);
     AddAxisChannels(m_Evaluation, bone.item, "LimitsTrans", bone.stretchLimits);
-    for (uint32_t a = 0; a < 3; ++a) {
-        const std::string axis = std::string("ikAxis") + kAxisLetters[a];
-        bone.stretchMin[a] = add((axis + "MinTrans").c_str(), kZxRead);
-        bone.stretchMax[a] = add((axis + "MaxTrans").c_str(), kZxRead);
-    }
+    AddRangeChannels(m_Evaluation, bone.item, "Trans", bone.stretchMin, bone.stretchMax);
     bone.active = add("ikjActive", kZxRead);
     bone.enableLimits = add("ikjEnableLimits", kZxRead);
     bone.enforceLimits = add("ikjEnforceLimits", kZxRead);

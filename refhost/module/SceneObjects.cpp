@@ -248,44 +248,46 @@ ZxObject* ItemGraphObject::faceOf(const ZxId& id)
     return id == kZxIdItemGraphEdit ? m_Edit.face() : nullptr;
 }
 
-zxresult ItemGraphObject::forwardCount(ZxObject* item, uint32_t* count)
+/// Number of links in one direction.
+zxresult ItemGraphObject::countOf(Lists lists, ZxObject* item, uint32_t* count)
 {
     Item* found = nullptr;
     if (const zxresult result = itemIn(*this, item, found); failed(result))
         return result;
-    *count = static_cast<uint32_t>(m_Graph.forward(*found).size());
+    *count = static_cast<uint32_t>((m_Graph.*lists)(*found).size());
     return kZxOk;
+}
+
+/// The far end of a link in one direction.
+zxresult ItemGraphObject::endOf(Lists lists, ZxObject* item, uint32_t index, ZxObject** end)
+{
+    Item* found = nullptr;
+    Item* linked = nullptr;
+    if (const zxresult result = itemIn(*this, item, found); failed(result))
+        return result;
+    if (const zxresult result = linkAt((m_Graph.*lists)(*found), index, linked); failed(result))
+        return result;
+    return give(binding(), *linked, end);
+}
+
+zxresult ItemGraphObject::forwardCount(ZxObject* item, uint32_t* count)
+{
+    return countOf(&ItemGraph::forward, item, count);
 }
 
 zxresult ItemGraphObject::forwardByIndex(ZxObject* item, uint32_t index, ZxObject** target)
 {
-    Item* found = nullptr;
-    Item* linked = nullptr;
-    if (const zxresult result = itemIn(*this, item, found); failed(result))
-        return result;
-    if (const zxresult result = linkAt(m_Graph.forward(*found), index, linked); failed(result))
-        return result;
-    return give(binding(), *linked, target);
+    return endOf(&ItemGraph::forward, item, index, target);
 }
 
 zxresult ItemGraphObject::reverseCount(ZxObject* item, uint32_t* count)
 {
-    Item* found = nullptr;
-    if (const zxresult result = itemIn(*this, item, found); failed(result))
-        return result;
-    *count = static_cast<uint32_t>(m_Graph.reverse(*found).size());
-    return kZxOk;
+    return countOf(&ItemGraph::reverse, item, count);
 }
 
 zxresult ItemGraphObject::reverseByIndex(ZxObject* item, uint32_t index, ZxObject** source)
 {
-    Item* found = nullptr;
-    Item* linked = nullptr;
-    if (const zxresult result = itemIn(*this, item, found); failed(result))
-        return result;
-    if (const zxresult result = linkAt(m_Graph.reverse(*found), index, linked); failed(result))
-        return result;
-    return give(binding(), *linked, source);
+    return endOf(&ItemGraph::reverse, item, index, source);
 }
 
 constinit const ZxItemGraphTable ItemGraphObject::kTable = {
@@ -310,48 +312,47 @@ ZxObject* ChannelGraphObject::faceOf(const ZxId& id)
     return id == kZxIdChannelGraphEdit ? m_Edit.face() : nullptr;
 }
 
-zxresult ChannelGraphObject::forwardCount(ZxObject* item, int32_t channel, uint32_t* count)
+/// Number of links in one direction.
+zxresult ChannelGraphObject::countOf(Lists lists, ZxObject* item, int32_t channel, uint32_t* count)
 {
     Channel* found = nullptr;
     if (const zxresult result = channelIn(*this, item, channel, found); failed(result))
         return result;
-    *count = static_cast<uint32_t>(m_Graph.forward(*found).size());
+    *count = static_cast<uint32_t>((m_Graph.*lists)(*found).size());
     return kZxOk;
 }
 
-zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index,
-                                            ZxObject** target, int32_t* targetChannel)
+/// The far end of a link in one direction.
+zxresult ChannelGraphObject::endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end, int32_t* endChannel)
 {
     Channel* found = nullptr;
     Channel* linked = nullptr;
     if (const zxresult result = channelIn(*this, item, channel, found); failed(result))
         return result;
-    if (const zxresult result = linkAt(m_Graph.forward(*found), index, linked); failed(result))
+    if (const zxresult result = linkAt((m_Graph.*lists)(*found), index, linked); failed(result))
         return result;
-    *targetChannel = linked->index();
-    return give(binding(), linked->item(), target);
+    *endChannel = linked->index();
+    return give(binding(), linked->item(), end);
+}
+
+zxresult ChannelGraphObject::forwardCount(ZxObject* item, int32_t channel, uint32_t* count)
+{
+    return countOf(&ChannelGraph::forward, item, channel, count);
+}
+
+zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** target, int32_t* targetChannel)
+{
+    return endOf(&ChannelGraph::forward, item, channel, index, target, targetChannel);
 }
 
 zxresult ChannelGraphObject::reverseCount(ZxObject* item, int32_t channel, uint32_t* count)
 {
-    Channel* found = nullptr;
-    if (const zxresult result = channelIn(*this, item, channel, found); failed(result))
-        return result;
-    *count = static_cast<uint32_t>(m_Graph.reverse(*found).size());
-    return kZxOk;
+    return countOf(&ChannelGraph::reverse, item, channel, count);
 }
 
-zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index,
-                                            ZxObject** source, int32_t* sourceChannel)
+zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** source, int32_t* sourceChannel)
 {
-    Channel* found = nullptr;
-    Channel* linked = nullptr;
-    if (const zxresult result = channelIn(*this, item, channel, found); failed(result))
-        return result;
-    if (const zxresult result = linkAt(m_Graph.reverse(*found), index, linked); failed(result))
-        return result;
-    *sourceChannel = linked->index();
-    return give(binding(), linked->item(), source);
+    return endOf(&ChannelGraph::reverse, item, channel, index, source, sourceChannel);
 }
 
 constinit const ZxChannelGraphTable ChannelGraphObject::kTable = {

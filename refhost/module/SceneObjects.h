@@ -99,6 +99,10 @@ public:
     static const ZxItemGraphTable kTable;
 
 private:
+    using Lists = const std::vector<Item*>& (ItemGraph::*)(const Item&) const;
+    zxresult countOf(Lists lists, ZxObject* item, uint32_t* count);
+    zxresult endOf(Lists lists, ZxObject* item, uint32_t index, ZxObject** end);
+
     const ItemGraph& m_Graph;
     ItemGraphEditPart m_Edit;
 };
@@ -119,6 +123,10 @@ public:
     static const ZxChannelGraphTable kTable;
 
 private:
+    using Lists = const std::vector<Channel*>& (ChannelGraph::*)(const Channel&) const;
+    zxresult countOf(Lists lists, ZxObject* item, int32_t channel, uint32_t* count);
+    zxresult endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end, int32_t* endChannel);
+
     const ChannelGraph& m_Graph;
     ChannelGraphEditPart m_Edit;
 };

@@ -4,8 +4,6 @@
 
 #include <refhost/Messages.h>
 
-#include <regex>
-
 namespace e2e {
 
 const std::vector<MessageFact> kMessageFacts = {
@@ -121,7 +119,11 @@ Vector3 CommandScene::values(std::string_view item, const std::string& name, ref
 
 std::string CommandScene::content()
 {
-    return std::regex_replace(scene().digest(), std::regex(" slots [0-9]+"), "");
+    const std::string word = " slots ";
+    std::string text = scene().digest();
+    for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos;)
+        text.erase(at, text.find_first_not_of("0123456789", at + word.size()) - at);
+    return text;
 }
 
 Stage::Stage()
