@@ -197,8 +197,9 @@ TEST(DragTests, AnglesGoOnPastHalfATurnInEveryRotationOrder)
                                                                 << "XYZ"[a] << " in drag " << n;
             before = after;
         }
-        if (!isMiddle)
+        if (!isMiddle) {
             EXPECT_GT(before[0], 3.5) << "250 degrees about x";
+        }
     }
 }
 
@@ -226,4 +227,18 @@ TEST(DragTests, SettingsOfJointsCountInADrag)
     const Matrix33 turn = transposed(other[0].linear) * local("RightForeArm")[0].linear;
     EXPECT_GT(largestTurnDegrees(local("RightForeArm"), other), 2);
     EXPECT_NEAR(turn.m[2][2], 1, 1e-4) << "it turns about its z axis alone";
+}
+
+TEST(DragTests, SelectingAJointOfTheFigureKeepsItsTopAndAnotherFigureTakesItsPlace)
+{
+    PoseScene scene;
+    const std::size_t all = scene.handles().size();
+    scene.run("select.set LeftHand");
+    EXPECT_EQ(scene.handles().size(), all);
+    const Vector3 start = scene.place("LeftHand"), by = {-0.2, 0.35, 0};
+    scene.drag("LeftHand", by);
+    EXPECT_LT(distance(scene.place("LeftHand"), start + by), kRest + kPixel)
+        << "the chain still reaches its top";
+    scene.run({"item.create name:Other", "item.create name:Tip parent:Other", "select.set Other"});
+    EXPECT_EQ(scene.handles().size(), 2u);
 }

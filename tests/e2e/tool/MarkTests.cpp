@@ -177,7 +177,9 @@ TEST(MarkTests, APinKeysTheJointAndThePoseStays)
     const std::size_t pinned = scene.digest();
 
     const Vector3 held = scene.place("LeftHand");
-    scene.run("channel.set Hips pos.X 0.05"); // the rig holds the hand while its root goes away
+    const Vector3 hips = scene.place("Hips"); // the rig holds the hand while its root goes away
+    scene.key(*scene.item("Hips").transformItem(refhost::TransformKind::Position), "pos.X", 2, 0.05);
+    EXPECT_NEAR(scene.place("Hips")[0], hips[0] + 0.05, 1e-6);
     EXPECT_LT(distance(scene.place("LeftHand"), held), 0.01 * PoseScene::kHeight);
     const std::vector<Matrix34> dragged = scene.pose(scene.figure());
     scene.click("LeftHand", "pin");
