@@ -151,11 +151,9 @@ private:
     bool m_GoalPending = false; ///< this drag has given the goal a position
     PoseDragKind m_DragKind = PoseDragKind::MoveInPlane;
     int32_t m_ActiveJoint = -1; ///< index in the records; -1 while no drag runs
-    int32_t m_LastJoint = 0; ///< active joint of the last drag
     bool m_RecordsReady = false;
     bool m_NeedsSolver = false; ///< the next move builds it
     bool m_Dragging = false; ///< the button is down
-    bool m_FreeMove = false;
     bool m_WritesTaskPosition = false; ///< the drag moves the target of the joint's own task
     bool m_UsesGoal = false; ///< the drag moves the goal item
     double m_DrawTime = 0; ///< scene time at button down, renewed by draw

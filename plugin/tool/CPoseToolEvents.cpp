@@ -156,9 +156,8 @@ void CPoseTool::BeginDrag(const CZxUser_VectorStack& stack)
     const double* position = m_Joints[static_cast<std::size_t>(m_ActiveJoint)]->worldPosition[3];
     const CZxUser_EventTranslatePacket translate = stack.translatePacket(m_TranslatePacket);
     translate.setStart(position);
-    if (m_DragKind == PoseDragKind::MoveFreely) {
-        m_FreeMove = true;
-    } else if (double direction[3]; succeeded(translate.viewDirection(direction))) {
+    double direction[3];
+    if (m_DragKind != PoseDragKind::MoveFreely && succeeded(translate.viewDirection(direction))) {
         const double normal[3] = {-direction[0], -direction[1], -direction[2]};
         translate.setPlane(normal, position);
     }
@@ -231,7 +230,6 @@ void CPoseTool::EndDrag()
 {
     EndSolver();
     m_DraggedItem.clear();
-    m_LastJoint = m_ActiveJoint;
     m_ActiveJoint = -1;
-    m_WritesTaskPosition = m_Dragging = m_FreeMove = m_NeedsSolver = false;
+    m_WritesTaskPosition = m_Dragging = m_NeedsSolver = false;
 }
