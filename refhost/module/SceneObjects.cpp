@@ -323,7 +323,8 @@ zxresult ChannelGraphObject::countOf(Lists lists, ZxObject* item, int32_t channe
 }
 
 /// The far end of a link in one direction.
-zxresult ChannelGraphObject::endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end, int32_t* endChannel)
+zxresult ChannelGraphObject::endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index,
+                                   ZxObject** end, int32_t* endChannel)
 {
     Channel* found = nullptr;
     Channel* linked = nullptr;
@@ -340,7 +341,8 @@ zxresult ChannelGraphObject::forwardCount(ZxObject* item, int32_t channel, uint3
     return countOf(&ChannelGraph::forward, item, channel, count);
 }
 
-zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** target, int32_t* targetChannel)
+zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index,
+                                            ZxObject** target, int32_t* targetChannel)
 {
     return endOf(&ChannelGraph::forward, item, channel, index, target, targetChannel);
 }
@@ -350,7 +352,8 @@ zxresult ChannelGraphObject::reverseCount(ZxObject* item, int32_t channel, uint3
     return countOf(&ChannelGraph::reverse, item, channel, count);
 }
 
-zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** source, int32_t* sourceChannel)
+zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index,
+                                            ZxObject** source, int32_t* sourceChannel)
 {
     return endOf(&ChannelGraph::reverse, item, channel, index, source, sourceChannel);
 }

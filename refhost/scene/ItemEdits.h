@@ -38,14 +38,8 @@ protected:
 class PresenceEdit : public Edit {
 public:
     explicit PresenceEdit(bool removes) : m_Removes(removes) { }
-    void redo(Scene& scene, ChangeCause cause) final
-    {
-        m_Removes ? remove(scene, cause) : add(scene, cause);
-    }
-    void undo(Scene& scene, ChangeCause cause) final
-    {
-        m_Removes ? add(scene, cause) : remove(scene, cause);
-    }
+    void redo(Scene& scene, ChangeCause cause) final { m_Removes ? remove(scene, cause) : add(scene, cause); }
+    void undo(Scene& scene, ChangeCause cause) final { m_Removes ? add(scene, cause) : remove(scene, cause); }
 
 protected:
     virtual void add(Scene& scene, ChangeCause cause) = 0;
@@ -60,12 +54,21 @@ class ExistenceEdit final : public PresenceEdit {
 public:
     /// Will add the item at the end of the children of `parent`, or as a transform item of `owner`.
     ExistenceEdit(std::unique_ptr<Item> item, Item* parent, Item* owner, std::size_t place)
-        : PresenceEdit(false), m_Item(item.get()), m_Away(std::move(item)), m_Parent(parent), m_Owner(owner), m_Place(place)
+        : PresenceEdit(false),
+          m_Item(item.get()),
+          m_Away(std::move(item)),
+          m_Parent(parent),
+          m_Owner(owner),
+          m_Place(place)
     {
     }
     /// Will remove the item, which has no children, links and transform items left.
     ExistenceEdit(Scene& scene, Item& item)
-        : PresenceEdit(true), m_Item(&item), m_Parent(item.parent()), m_Owner(item.transformOwner()), m_Place(0)
+        : PresenceEdit(true),
+          m_Item(&item),
+          m_Parent(item.parent()),
+          m_Owner(item.transformOwner()),
+          m_Place(0)
     {
         if (!m_Owner) {
             const auto& siblings = DocumentAccess::childList(scene, m_Parent);

@@ -64,8 +64,8 @@ void dumpLayer(std::ostream& out, const Channel& channel, Layer layer, const Sce
     for (std::size_t i = 0; i < values->keys.count(); ++i) {
         const Key& key = values->keys.keys()[i];
         line << " key " << exactText(key.time) << ' ' << exactText(key.number) << ' '
-             << kInterpolationNames[static_cast<int>(key.interpolation)] << ' ' << exactText(key.inSlope) << ' '
-             << exactText(key.outSlope);
+             << kInterpolationNames[static_cast<int>(key.interpolation)] << ' ' << exactText(key.inSlope)
+             << ' ' << exactText(key.outSlope);
         if (channel.type() == ChannelType::Text)
             line << ' ' << quoted(values->keys.text(i));
     }
