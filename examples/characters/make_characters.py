@@ -14,7 +14,7 @@ import pathlib
 
 FRAME_RATE = 30
 FRAMES = 61
-STRIDE = 90.0  # cm from one step of a foot to its next
+STRIDE = 80.0  # cm from one step of a foot to its next
 PERIOD = 1.0  # seconds for it
 STANCE = 0.6  # share of the period in which a foot stands
 
@@ -125,8 +125,8 @@ def foot_path(phase):
 def walk_frame(time):
     """Root position, and rotations (z, x, y in degrees) by joint."""
     cycle = time / PERIOD
-    bob = -0.8 * math.cos(4 * math.pi * cycle)
-    hip_height = 78 + bob  # of the hip joints over the ankles' rest plane
+    bob = -1.2 * math.cos(4 * math.pi * cycle)
+    hip_height = 80.3 + bob  # of the hip joints over the ankles' rest plane
     root = (0, 7 + hip_height + 4, STRIDE * cycle)
     turns = {}
     for side, shift in (("Left", 0.0), ("Right", 0.5)):

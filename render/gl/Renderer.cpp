@@ -120,6 +120,21 @@ Shapes::Layer crossShapes()
     return layer;
 }
 
+/// The floor as a parallel view along it sees it: a line.
+Shapes::Layer floorEdge(const View& view, const Surroundings& around, const Vector3& right)
+{
+    constexpr Colour kEdge{0.25f, 0.29f, 0.36f, 0.6f};
+    const std::size_t up = around.up == refhost::UpAxis::Y ? 1 : 2;
+    refhost::Vector3f ends[2];
+    for (std::size_t a = 0; a < 3; ++a)
+        for (std::size_t end = 0; end < 2; ++end)
+            ends[end][a] = static_cast<float>(a == up ? around.floorHeight
+                                                      : view.target[a] + (end ? 40 : -40) * view.size * right[a]);
+    Shapes::Layer layer;
+    layer.segments.push_back({ends[0], ends[1], kEdge, 1.5f});
+    return layer;
+}
+
 } // namespace
 
 struct Renderer::Parts {
@@ -255,6 +270,8 @@ void Renderer::draw(const Shapes& shapes, const View& view, const Surroundings& 
     glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     parts.drawBackground(around);
     const double slant = back[0] * up[0] + back[1] * up[1] + back[2] * up[2];
+    if (around.floor && !view.perspective && std::abs(slant) <= 0.02)
+        parts.drawLayer(floorEdge(view, around, right), view, clip, scale);
     if (around.floor && (view.perspective || std::abs(slant) > 0.02)) {
         parts.drawFloor(view, around, clip);
         if (light[0] * up[0] + light[1] * up[1] + light[2] * up[2] > 0.2)

@@ -69,7 +69,7 @@ double lastKeyOf(const Item& item)
         if (const refhost::Channel* channel = item.channel(i))
             for (const refhost::Layer layer : {refhost::Layer::Setup, refhost::Layer::Anim})
                 if (const refhost::KeyList& keys = channel->keys(layer); !keys.empty())
-                    last = std::max(last, keys.back().time);
+                    last = std::max(last, keys.keys().back().time);
     return last;
 }
 
@@ -85,9 +85,10 @@ render::Image scenePicture(render::Studio& studio, Scene& scene, const PictureSe
 render::Image sceneSheet(render::Studio& studio, Scene& scene, const PictureSettings& settings, double first,
                          double last, int count)
 {
-    const int columns =
-        static_cast<int>(std::ceil(std::sqrt(count * 0.75 * settings.width / settings.height)));
-    const int rows = (count + columns - 1) / columns;
+    constexpr double kUpright = 0.75; // width by height that suits a standing figure
+    const double across = std::sqrt(count / kUpright * settings.width / settings.height);
+    const int rows = std::max(1, static_cast<int>(std::lround(count / std::max(across, 1.0))));
+    const int columns = (count + rows - 1) / rows;
     const int width = settings.width / columns, height = settings.height / rows;
     if (width < 16 || height < 16)
         throw render::RenderError(

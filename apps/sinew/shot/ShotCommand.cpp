@@ -7,9 +7,8 @@
 #include "shared/Plugin.h"
 #include "shot/ScenePicture.h"
 
+#include <refhost/Commands.h>
 #include <refhost/Host.h>
-#include <refhost/MotionImport.h>
-#include <refhost/SceneFile.h>
 
 #include <charconv>
 
@@ -50,7 +49,9 @@ refhost::UpAxis upAxis(const ShotOptions& options)
         return refhost::UpAxis::Z;
     if (!options.up.empty() || !endsWith(options.file, ".bvh"))
         return refhost::UpAxis::Y;
-    return readMotionFile({.file = options.file}).figure.upAxis == 2 ? refhost::UpAxis::Z
+    MotionOptions motion;
+    motion.file = options.file;
+    return readMotionFile(motion).figure.upAxis == 2 ? refhost::UpAxis::Z
                                                                      : refhost::UpAxis::Y;
 }
 
@@ -77,20 +78,20 @@ PictureSettings settingsOf(const ShotOptions& options)
     return settings;
 }
 
+/// Opens a scene file, or imports any other file into an empty scene.
 Scene& openScene(Host& host, const std::string& file)
 {
-    if (endsWith(file, ".json")) {
+    const bool isScene = endsWith(file, ".json");
+    if (isScene)
         loadPlugin(host); // rigs are shown as they are solved
-        auto read = refhost::readSceneFile(host, file);
-        if (!read.ok())
-            throw BadInput(read.message);
-        return host.addScene(std::move(read.value));
-    }
-    Scene& scene = host.newScene();
-    const auto imported = refhost::importMotion(scene, file);
-    if (!imported.ok())
-        throw BadInput(imported.message);
-    return scene;
+    host.newScene();
+    refhost::Commands& commands = refhost::Commands::of(host);
+    const auto command = commands.spawn(isScene ? "scene.open" : "scene.import");
+    if (const refhost::Result set = command.value->arguments().setText(0, file); !set.ok())
+        throw BadInput(set.message);
+    if (const refhost::CommandResult done = commands.execute(*command.value); !done.ok())
+        throw BadInput(done.message);
+    return *host.currentScene();
 }
 
 } // namespace

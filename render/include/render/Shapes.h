@@ -60,14 +60,14 @@ struct Shapes {
 void addMesh(Shapes& shapes, const refhost::DeformedMesh& mesh);
 /// A bone as an eight-sided wedge from one joint to the next, thickest near its start. One of length 0 is
 /// left out.
-void addBone(Shapes& shapes, const refhost::Vector3& from, const refhost::Vector3& to, const Colour& colour);
+void addBone(Shapes& shapes, const refhost::Vector3f& from, const refhost::Vector3f& to, const Colour& colour);
 /// A ball of some 80 triangles.
-void addBall(Shapes& shapes, const refhost::Vector3& centre, double radius, const Colour& colour);
+void addBall(Shapes& shapes, const refhost::Vector3f& centre, double radius, const Colour& colour);
 /// A box around the origin of a transform, with edges 2 `half` long.
-void addBox(Shapes& shapes, const refhost::Matrix34& place, const refhost::Vector3& half,
+void addBox(Shapes& shapes, const refhost::Matrix34& place, const refhost::Vector3f& half,
             const Colour& colour);
 /// The edges of that box.
-void addBoxEdges(Shapes& shapes, const refhost::Matrix34& place, const refhost::Vector3& half,
+void addBoxEdges(Shapes& shapes, const refhost::Matrix34& place, const refhost::Vector3f& half,
                  const Colour& colour, float width);
 /// What items and tools drew.
 void addDrawing(Shapes& shapes, const refhost::DrawingList& list, Depth depth);
