@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rays against deformed meshes.
+#include "channels/Vectors.h"
 #include "mesh/MeshPose.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
@@ -12,12 +13,6 @@ namespace refhost {
 namespace {
 
 Vector3 wide(const Vector3f& v) { return {v[0], v[1], v[2]}; }
-Vector3 minus(const Vector3& a, const Vector3& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-double dot(const Vector3& a, const Vector3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-Vector3 cross(const Vector3& a, const Vector3& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
 
 /// A ray with a direction of length 1 and the reciprocals that the box test wants.
 struct SlabRay {
@@ -57,23 +52,21 @@ bool meets(const Vector3& a, const Vector3& b, const Vector3& c, const SlabRay& 
         return false;
     hit.distance = distance;
     hit.share = {1 - u - v, u, v};
-    for (std::size_t i = 0; i < 3; ++i)
-        hit.position[i] = ray.origin[i] + distance * ray.direction[i];
+    hit.position = plus(ray.origin, times(ray.direction, distance));
     const Vector3 normal = cross(ab, ac);
-    const double length = std::sqrt(dot(normal, normal));
-    for (std::size_t i = 0; i < 3; ++i)
-        hit.normal[i] = length > 0 ? normal[i] / length : 0;
+    const double size = length(normal);
+    hit.normal = size > 0 ? times(normal, 1 / size) : Vector3{};
     return true;
 }
 
 bool slabRay(const Ray& ray, SlabRay& out)
 {
-    const double length = std::sqrt(dot(ray.direction, ray.direction));
-    if (!(length > 0) || !std::isfinite(length))
+    const double size = length(ray.direction);
+    if (!(size > 0) || !std::isfinite(size))
         return false;
     out.origin = ray.origin;
     for (std::size_t a = 0; a < 3; ++a) {
-        out.direction[a] = ray.direction[a] / length;
+        out.direction[a] = ray.direction[a] / size;
         out.inverse[a] = 1 / (out.direction[a] == 0 ? 0.0 : out.direction[a]); // no negative zero
         if (!std::isfinite(out.origin[a]))
             return false;

@@ -3,6 +3,7 @@
 #include "module/SceneObjects.h"
 
 #include "module/HostBinding.h"
+#include "module/MeshObjects.h"
 #include "refhost/Host.h"
 
 #include <cmath>
@@ -68,6 +69,8 @@ ZxObject* ItemObject::faceOf(const ZxId& id)
         return m_Edit.face();
     if (id == kZxIdStringTag)
         return m_Tags.face();
+    if (id == kZxIdLocatorPose && m_Item->type().hasTransforms())
+        return m_Pose.face();
     return id == kZxIdLocator && m_Item->type().hasTransforms() ? m_Locator.face() : nullptr;
 }
 
@@ -430,6 +433,14 @@ zxresult ChannelReadObject::number(ZxObject* item, int32_t channel, double* valu
 
 zxresult ChannelReadObject::value(ZxObject* item, int32_t channel, ZxObject** value)
 {
+    Item* meshItem = nullptr;
+    if (succeeded(itemIn(*this, item, meshItem)) && meshOf(*meshItem)
+        && channel == meshItem->channelIndex(kMeshChannel)) {
+        if (!m_Evaluated)
+            return kZxInvalidArgument;
+        *value = binding().make<MeshFilterObject>(*meshItem, m_Time).face();
+        return kZxOk;
+    }
     Matrix34 matrix;
     const zxresult result = readChannel(
         item, channel, [&](const Channel& found) { return found.matrix(m_Layer, m_Time, matrix); },

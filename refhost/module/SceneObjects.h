@@ -58,6 +58,7 @@ private:
     ItemEditPart m_Edit{*this};
     StringTagPart m_Tags{*this};
     LocatorPart m_Locator{*this};
+    LocatorPosePart m_Pose{*this};
 };
 
 class SceneObject final : public HostObject {
