@@ -207,6 +207,20 @@ std::optional<std::int32_t> integerFromText(std::string_view text)
     return value;
 }
 
+std::optional<std::vector<double>> numbersFromText(std::string_view text)
+{
+    std::vector<double> numbers;
+    for (std::size_t at = 0; (at = text.find_first_not_of(' ', at)) != std::string_view::npos;) {
+        const std::size_t end = std::min(text.find(' ', at), text.size());
+        const auto number = numberFromText(text.substr(at, end - at));
+        if (!number)
+            return std::nullopt;
+        numbers.push_back(*number);
+        at = end;
+    }
+    return numbers;
+}
+
 std::optional<bool> booleanFromText(std::string_view text)
 {
     for (const char* word : {"true", "on", "yes", "1"}) {

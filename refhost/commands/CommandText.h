@@ -33,6 +33,8 @@ bool isCommandWord(std::string_view text);
 std::optional<double> numberFromText(std::string_view text);
 /// The same for a whole number of 32 bits.
 std::optional<std::int32_t> integerFromText(std::string_view text);
+/// Numbers parted by blanks; nothing when one of them is none.
+std::optional<std::vector<double>> numbersFromText(std::string_view text);
 /// true, on, yes, 1, false, off, no, 0.
 std::optional<bool> booleanFromText(std::string_view text);
 

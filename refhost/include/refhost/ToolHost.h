@@ -62,6 +62,12 @@ public:
     /// Takes the press back as if it had never been.
     Result cancel();
     bool isPressed() const { return m_Press.has_value(); }
+    /// Where the pointer of the press is; nothing while no button is down.
+    std::optional<std::array<int, 2>> pointer() const
+    {
+        return m_Press ? std::optional(std::array{m_Press->event.currentX, m_Press->event.currentY})
+                       : std::nullopt;
+    }
 
     // Drawing
 

@@ -13,9 +13,11 @@
 #include <zx/ZxPackage.h>
 #include <zx/ZxScene.h>
 #include <zx/ZxSelection.h>
+#include <zx/ZxTool.h>
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -46,6 +48,11 @@ struct FakeWorld {
     /// enabled.
     std::function<zxresult(const CZxLocalizedObject& message)> enable;
     std::function<zxresult()> execute;
+    /// A server of the kind Tool does this with each call of it (`initialise`, `draw`, `hitTest`,
+    /// `buttonDown`, `move`, `buttonUp`, `evaluate`); `other` is the AdjustTool or the StrokeDraw.
+    std::function<zxresult(std::string_view call, const CZxLocalize<ZxVectorStackTable>& stack,
+                           ZxObject* other)>
+        tool;
     bool keepsItems = false; ///< a module that counts wrongly
 
     // What happened
