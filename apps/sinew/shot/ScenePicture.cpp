@@ -5,8 +5,10 @@
 #include <fmt/format.h>
 #include <refhost/Evaluation.h>
 #include <refhost/Host.h>
+#include <refhost/ToolHost.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -75,9 +77,37 @@ double lastKeyOf(const Item& item)
 
 } // namespace
 
+bool pictureSizeFromText(std::string_view text, PictureSettings& settings)
+{
+    constexpr int kLeast = 16;
+    const char* const end = text.data() + text.size();
+    const auto width = std::from_chars(text.data(), end, settings.width);
+    if (width.ec != std::errc() || width.ptr == end || (*width.ptr != 'x' && *width.ptr != 'X'))
+        return false;
+    const auto height = std::from_chars(width.ptr + 1, end, settings.height);
+    return height.ec == std::errc() && height.ptr == end && settings.width >= kLeast
+        && settings.height >= kLeast && settings.width <= render::kMaximumPictureSide
+        && settings.height <= render::kMaximumPictureSide;
+}
+
+View fittedView(Scene& scene, const PictureSettings& settings)
+{
+    return fittedView(scene, settings, settings.width, settings.height);
+}
+
+render::Image toolPicture(render::Studio& studio, Scene& scene, const PictureSettings& settings,
+                          const View& view)
+{
+    render::Shapes shapes = render::sceneShapes(scene, view, settings.look);
+    refhost::DrawingList handles;
+    refhost::ToolHost::of(scene.host()).draw(handles);
+    render::addDrawing(shapes, handles, render::Depth::Above);
+    return studio.picture(shapes, view, surroundings(scene, settings, view));
+}
+
 render::Image scenePicture(render::Studio& studio, Scene& scene, const PictureSettings& settings)
 {
-    const View view = fittedView(scene, settings, settings.width, settings.height);
+    const View view = fittedView(scene, settings);
     return studio.picture(render::sceneShapes(scene, view, settings.look), view,
                           surroundings(scene, settings, view));
 }

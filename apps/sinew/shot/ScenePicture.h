@@ -6,7 +6,7 @@
 #include <render/SceneShapes.h>
 
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace app {
 
@@ -17,6 +17,18 @@ struct PictureSettings {
     bool floor = true;
     render::SceneLook look;
 };
+
+/// What pictureSizeFromText takes, for messages.
+inline constexpr const char* kPictureSizes = "width and height in pixels, 16x16 to 8192x8192, as in 1280x720";
+/// `WIDTHxHEIGHT`; false, and the settings in no certain state, for anything else.
+bool pictureSizeFromText(std::string_view text, PictureSettings& settings);
+
+/// The settings' camera, such that it sees all of the scene at the host's current time.
+refhost::View fittedView(refhost::Scene& scene, const PictureSettings& settings);
+
+/// The scene and the handles of the tool in use, through this view.
+render::Image toolPicture(render::Studio& studio, refhost::Scene& scene, const PictureSettings& settings,
+                          const refhost::View& view);
 
 /// The scene at the host's current time.
 render::Image scenePicture(render::Studio& studio, refhost::Scene& scene, const PictureSettings& settings);

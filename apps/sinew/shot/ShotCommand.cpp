@@ -10,7 +10,7 @@
 #include <refhost/Commands.h>
 #include <refhost/Host.h>
 
-#include <charconv>
+#include <algorithm>
 
 namespace app {
 
@@ -26,23 +26,6 @@ bool endsWith(const std::string& text, std::string_view end)
                       [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); });
 }
 
-/// `WIDTHxHEIGHT`.
-void readSize(const std::string& text, PictureSettings& settings)
-{
-    const char* const end = text.data() + text.size();
-    const auto width = std::from_chars(text.data(), end, settings.width);
-    const bool hasCross =
-        width.ec == std::errc() && width.ptr != end && (*width.ptr == 'x' || *width.ptr == 'X');
-    const auto height = hasCross ? std::from_chars(width.ptr + 1, end, settings.height) : width;
-    constexpr int kLeast = 16;
-    if (!hasCross || height.ec != std::errc() || height.ptr != end || settings.width < kLeast
-        || settings.height < kLeast || settings.width > render::kMaximumPictureSide
-        || settings.height > render::kMaximumPictureSide)
-        throw BadInput("--size " + printable(text) + ": give width and height in pixels, 16x16 to "
-                       + std::to_string(render::kMaximumPictureSide) + 'x'
-                       + std::to_string(render::kMaximumPictureSide) + ", as in 1280x720");
-}
-
 refhost::UpAxis upAxis(const ShotOptions& options)
 {
     if (options.up == "z" || options.up == "Z")
@@ -51,14 +34,14 @@ refhost::UpAxis upAxis(const ShotOptions& options)
         return refhost::UpAxis::Y;
     MotionOptions motion;
     motion.file = options.file;
-    return readMotionFile(motion).figure.upAxis == 2 ? refhost::UpAxis::Z
-                                                                     : refhost::UpAxis::Y;
+    return readMotionFile(motion).figure.upAxis == 2 ? refhost::UpAxis::Z : refhost::UpAxis::Y;
 }
 
 PictureSettings settingsOf(const ShotOptions& options)
 {
     PictureSettings settings;
-    readSize(options.size, settings);
+    if (!pictureSizeFromText(options.size, settings))
+        throw BadInput("--size " + printable(options.size) + ": give " + kPictureSizes);
     const auto camera = refhost::cameraByName(options.camera);
     if (!camera)
         throw BadInput("--camera " + printable(options.camera) + ": there are front, side, top and free");
