@@ -83,6 +83,7 @@ struct GltfSkin {
     std::string name; // as in the file
     std::vector<int> joints; // nodes
     std::vector<GltfMatrix> inverseBind; // one a joint; identities where the file has none
+    bool hasInverseBind = false; // in the file
     int skeleton = -1; // a node, or -1
 };
 
