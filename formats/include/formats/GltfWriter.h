@@ -44,10 +44,12 @@ struct GltfSkeletonOptions {
 
 using GltfWriteResult = std::variant<std::string, GltfError>;
 
-/// The bytes of a GLB: the file that was read with the clip added or replaced. Everything else of its JSON
-/// stays, and every byte of its buffers. Buffers in files of their own, and images that are found beside the
-/// file, go into the GLB; images that are not found keep their place. Nodes with keys that had a matrix get
-/// translation, rotation and scale in its place.
+/// The bytes of a GLB: the file that was read with the clip added, or put in the place of an animation, of
+/// which channels that the clip has no keys for stay (other nodes, other properties, morph weights).
+/// Everything else of its JSON stays, and every byte of its buffers. A clip without keys changes nothing.
+/// Buffers in files of their own, and images that are found beside the file, go into the GLB; images that are
+/// not found keep their place. Nodes with keys that had a matrix get translation, rotation and scale in its
+/// place.
 GltfWriteResult writeGlb(const Gltf& gltf, const GltfClip& clip, const GltfWriteOptions& options = {});
 
 /// The bytes of a GLB that has nothing but these bones as nodes, and the clip unless it has no keys; nodes
