@@ -256,6 +256,9 @@ TEST(GltfRefusal, depthAndCountsAreBoundedInTimeAndMemory)
     EXPECT_EQ(place(readGltf(chain(1025))), "nodes[0]");
     EXPECT_EQ(place(readGltf(chain(100'000))).substr(0, 6), "nodes[");
     EXPECT_TRUE(place(readGltf(shared.glb())).starts_with("accessors["));
+    EXPECT_EQ(place(readGltf(R"({"asset": {"version": ")" + std::string(9'000, '1') + R"("}, "extras": )"
+                             + std::string(50'000'000, '9') + "}")),
+              "byte 9037");
     EXPECT_TRUE(place(readGltf(commas + "]}")).starts_with("extras["));
     rusage after{};
     getrusage(RUSAGE_SELF, &after);
