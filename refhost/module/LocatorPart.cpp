@@ -134,4 +134,53 @@ constinit const ZxLocatorTable LocatorPart::kTable = {
     .setWorldRotation = hostSlot<LocatorPart, &LocatorPart::setWorldRotation, kWritePhase>,
 };
 
+LocatorPosePart::LocatorPosePart(ItemObject& owner) : ObjectPart(owner, kTable.object, this) { }
+
+ItemObject& LocatorPosePart::item() const { return static_cast<ItemObject&>(owner()); }
+
+zxresult LocatorPosePart::addTransformItem(uint32_t kind, ZxObject** transform)
+{
+    if (kind >= kTransformKindCount)
+        return kZxInvalidArgument;
+    Scene& scene = item().item()->scene();
+    if (const zxresult refused = mayEdit(scene); failed(refused))
+        return refused;
+    const ResultOf<Item*> made = scene.addTransformItem(*item().item(), static_cast<TransformKind>(kind));
+    if (made.ok())
+        *transform = binding().itemObject(*made.value).face();
+    return editResult(binding(), made.result());
+}
+
+/// The channels say directly how the item lies in its parent.
+zxresult LocatorPosePart::handBack(ZxObject* read, TransformKind kind, const double* values, int count,
+                                   double* result) const
+{
+    ChannelReadObject* from = nullptr;
+    if (const zxresult refused = objectIn(item(), read, from); failed(refused))
+        return refused;
+    if (!item().item()->transformItem(kind))
+        return kZxNotFound;
+    if (!areFinite(values, count))
+        return kZxInvalidArgument;
+    std::copy_n(values, count, result);
+    return kZxOk;
+}
+
+zxresult LocatorPosePart::rotationForChannels(ZxObject* read, const double* nine, double* result)
+{
+    return handBack(read, TransformKind::Rotation, nine, 9, result);
+}
+
+zxresult LocatorPosePart::positionForChannels(ZxObject* read, const double* three, double* result)
+{
+    return handBack(read, TransformKind::Position, three, 3, result);
+}
+
+constinit const ZxLocatorPoseTable LocatorPosePart::kTable = {
+    .object = HostObject::kOps,
+    .addTransformItem = hostSlot<LocatorPosePart, &LocatorPosePart::addTransformItem, kWritePhase>,
+    .rotationForChannels = hostSlot<LocatorPosePart, &LocatorPosePart::rotationForChannels>,
+    .positionForChannels = hostSlot<LocatorPosePart, &LocatorPosePart::positionForChannels>,
+};
+
 } // namespace refhost
