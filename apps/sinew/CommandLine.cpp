@@ -50,16 +50,26 @@ void addInfo(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command = program.add_subcommand("info", "Tells what is in a motion file.");
-    command->add_option("FILE", options->motion.file, "BVH file")->type_name("")->required();
-    command->add_option("--pose", options->pose, "list every joint's world transform at this frame, from 0")
+    command->add_option("FILE", options->motion.file, "BVH, glTF, GLB, VRM or VRMA file")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option(
+            "--pose", options->pose,
+            "list every joint's world transform at this frame, from 0;\nof glTF at a time in seconds, or "
+            "`rest`")
         ->type_name("FRAME");
+    command->add_option("--animation", options->animation, "of glTF: the animation that --pose is taken from")
+        ->type_name("NAME");
     command->add_flag("--json", options->json, "write JSON to the standard output");
     addMotionOptions(*command, options->motion);
-    command->footer("Unit and up axis are in no BVH file: they are guessed from the figure, and nothing is\n"
-                    "rescaled. Exit codes: 0 done, 2 bad input, 3 internal error.\n\n"
-                    "Examples:\n"
-                    "  sinew info walk.bvh\n"
-                    "  sinew info walk.bvh --pose 0 --json\n");
+    command->footer(
+        "Unit and up axis are in no BVH file: they are guessed from the figure, and nothing is\n"
+        "rescaled. glTF is in metres, +Y up. Exit codes: 0 done, 2 bad input, 3 internal error.\n\n"
+        "Examples:\n"
+        "  sinew info walk.bvh\n"
+        "  sinew info walk.bvh --pose 0 --json\n"
+        "  sinew info fox.glb --animation Run --pose 0.5\n");
     command->callback([options, &action] { action = [options] { return runInfo(*options); }; });
 }
 
