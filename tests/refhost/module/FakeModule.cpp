@@ -303,7 +303,7 @@ public:
                                          .evaluate = thunk<ToolServer, &ToolServer::evaluate>,
                                          .vectorType = thunk<ToolServer, &ToolServer::vectorType>,
                                          .order = thunk<ToolServer, &ToolServer::order>,
-                                         .task = thunk<ToolServer, &ToolServer::number>};
+                                         .task = thunk<ToolServer, &ToolServer::task>};
         static const ZxToolModelTable model = {.object = kOps,
                                                .flags = thunk<ToolServer, &ToolServer::number>,
                                                .draw = thunk<ToolServer, &ToolServer::draw>,
@@ -322,6 +322,11 @@ public:
     zxresult order(const char** order)
     {
         *order = "f";
+        return kZxOk;
+    }
+    zxresult task(uint32_t* code)
+    {
+        *code = FakeWorld::current->toolTask;
         return kZxOk;
     }
     zxresult number(uint32_t* number)

@@ -53,6 +53,7 @@ struct FakeWorld {
     std::function<zxresult(std::string_view call, const CZxLocalize<ZxVectorStackTable>& stack,
                            ZxObject* other)>
         tool;
+    uint32_t toolTask = 0x41435452u;
     bool keepsItems = false; ///< a module that counts wrongly
 
     // What happened
