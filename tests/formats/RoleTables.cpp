@@ -2,6 +2,8 @@
 // Reads the tables: `name | parent | x y z | role | VRM bone`, and `joint | role` for sample files.
 #include "RoleTables.h"
 
+#include "formats/RoleJoints.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -73,14 +75,11 @@ std::string samplePath(const std::string& name)
     return std::string(set ? set : SINEW_DATA_DIR) + (name.ends_with(".bvh") ? "/bvh/" : "/gltf/") + name;
 }
 
-std::vector<RoleJoint> roleJointsOf(const BvhMotion& motion)
+std::vector<RoleJoint> sampleJoints(const std::string& name)
 {
-    std::vector<RoleJoint> joints;
-    const std::vector<WorldPose> world = worldPose(motion, restPose(motion));
-    for (std::size_t i = 0; i < world.size(); ++i)
-        joints.push_back({motion.joints[i].name, motion.joints[i].parent, world[i].position,
-                          motion.joints[i].endSite, ""});
-    return joints;
+    if (name.ends_with(".bvh"))
+        return roleJoints(std::get<BvhMotion>(readBvhFile(samplePath(name))));
+    return roleJoints(std::get<Gltf>(readGltfFile(samplePath(name))));
 }
 
 std::vector<RoleTable> sampleTables()
@@ -88,9 +87,9 @@ std::vector<RoleTable> sampleTables()
     std::vector<RoleTable> tables;
     for (const fs::path& file : filesIn("/roles")) {
         RoleTable table{file.stem().string(), {}, {}};
-        if (!fs::exists(samplePath(table.name)) || !table.name.ends_with(".bvh"))
+        if (!fs::exists(samplePath(table.name)))
             continue;
-        table.joints = roleJointsOf(std::get<BvhMotion>(readBvhFile(samplePath(table.name))));
+        table.joints = sampleJoints(table.name);
         std::map<std::string, std::string> roles;
         for (const std::vector<std::string>& row : rowsOf(file))
             roles[row.at(0)] = row.at(1);

@@ -2,7 +2,6 @@
 // Skeletons and expected roles as the tests keep them: text tables in tests/data.
 #pragma once
 
-#include "formats/Bvh.h"
 #include "formats/HumanoidRoles.h"
 
 #include <string>
@@ -23,8 +22,8 @@ std::vector<RoleTable> skeletonTables();
 /// The sample files that are there, with the roles from tests/data/roles; empty without the sample files.
 std::vector<RoleTable> sampleTables();
 
-/// Joints of a motion at rest.
-std::vector<RoleJoint> roleJointsOf(const BvhMotion& motion);
+/// Joints of a sample file, which must be there.
+std::vector<RoleJoint> sampleJoints(const std::string& name);
 
 /// The path of a sample file, whether or not it is there.
 std::string samplePath(const std::string& name);
