@@ -128,8 +128,8 @@ Shapes::Layer floorEdge(const View& view, const Surroundings& around, const Vect
     refhost::Vector3f ends[2];
     for (std::size_t a = 0; a < 3; ++a)
         for (std::size_t end = 0; end < 2; ++end)
-            ends[end][a] = static_cast<float>(a == up ? around.floorHeight
-                                                      : view.target[a] + (end ? 40 : -40) * view.size * right[a]);
+            ends[end][a] = static_cast<float>(
+                a == up ? around.floorHeight : view.target[a] + (end ? 40 : -40) * view.size * right[a]);
     Shapes::Layer layer;
     layer.segments.push_back({ends[0], ends[1], kEdge, 1.5f});
     return layer;

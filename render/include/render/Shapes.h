@@ -60,7 +60,8 @@ struct Shapes {
 void addMesh(Shapes& shapes, const refhost::DeformedMesh& mesh);
 /// A bone as an eight-sided wedge from one joint to the next, thickest near its start. One of length 0 is
 /// left out.
-void addBone(Shapes& shapes, const refhost::Vector3f& from, const refhost::Vector3f& to, const Colour& colour);
+void addBone(Shapes& shapes, const refhost::Vector3f& from, const refhost::Vector3f& to,
+             const Colour& colour);
 /// A ball of some 80 triangles.
 void addBall(Shapes& shapes, const refhost::Vector3f& centre, double radius, const Colour& colour);
 /// A box around the origin of a transform, with edges 2 `half` long.
