@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <span>
 
 namespace refhost {
 namespace {
@@ -26,11 +27,18 @@ std::string extensionOf(const std::string& path)
     return extension;
 }
 
-Result requireBvh(const std::string& path, const char* what)
+constexpr const char* kImportExtensions[] = {".bvh", ".glb", ".gltf", ".vrm", ".vrma"};
+constexpr const char* kExportExtensions[] = {".bvh"};
+
+Result requireExtension(const std::string& path, std::span<const char* const> known, const char* what)
 {
-    if (extensionOf(path) == ".bvh")
-        return {};
-    return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in .bvh.");
+    std::string list;
+    for (const char* one : known) {
+        if (extensionOf(path) == one)
+            return {};
+        list += (list.empty() ? "" : ", ") + std::string(one);
+    }
+    return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in " + list + ".");
 }
 
 /// Opens the scene that `make` answers and closes the one that was open before.
@@ -97,16 +105,18 @@ Result saveScene(Invocation& invocation)
 }
 
 constexpr ArgumentRow kImportArguments[] = {
-    {"file", ArgumentType::Text, true, "a BVH file"},
+    {"file", ArgumentType::Text, true, "a BVH or glTF file (.bvh, .glb, .gltf, .vrm, .vrma)"},
     {"offsets", ArgumentType::Text, false, "what position channels do to a joint's OFFSET; guess otherwise",
      "guess replace add"},
     {"endSites", ArgumentType::Boolean, false, "whether end sites become locators; true otherwise"},
+    {"animation", ArgumentType::Integer, false,
+     "which animation of a glTF file, counted from 0; 0 otherwise"},
 };
 Result importFile(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
     const std::string& path = arguments.text(0);
-    if (Result result = requireBvh(path, "imported"); !result.ok())
+    if (Result result = requireExtension(path, kImportExtensions, "imported"); !result.ok())
         return result;
     MotionImportOptions options;
     for (int i = 0; arguments.isSet(1) && i < static_cast<int>(std::size(kOffsetReadingNames)); ++i) {
@@ -114,6 +124,10 @@ Result importFile(Invocation& invocation)
             options.offsets = static_cast<OffsetReading>(i);
     }
     options.endSites = arguments.boolean(2, true);
+    if (arguments.integer(3) < 0)
+        return Result::failure("'animation' is " + std::to_string(arguments.integer(3))
+                               + ", but they are counted from 0.");
+    options.animation = static_cast<std::size_t>(arguments.integer(3));
     const ResultOf<MotionImport> imported = importMotion(*invocation.scene(), path, options);
     const std::string prefix = path + ": ";
     for (const std::string& warning : imported.value.warnings)
@@ -129,7 +143,7 @@ constexpr ArgumentRow kExportArguments[] = {
 Result exportFile(Invocation& invocation)
 {
     const std::string& path = invocation.arguments().text(0);
-    if (Result result = requireBvh(path, "exported"); !result.ok())
+    if (Result result = requireExtension(path, kExportExtensions, "exported"); !result.ok())
         return result;
     MotionExportOptions options;
     options.root = invocation.arguments().item(1);

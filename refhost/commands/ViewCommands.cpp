@@ -7,6 +7,7 @@
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/ToolHost.h"
+#include "scene/ExactText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -47,7 +48,7 @@ Result pixelArgument(const Arguments& arguments, int index, int& out)
 
 std::string vectorText(const Vector3& v)
 {
-    return numberText(v[0]) + ' ' + numberText(v[1]) + ' ' + numberText(v[2]);
+    return exactText(v[0]) + ' ' + exactText(v[1]) + ' ' + exactText(v[2]);
 }
 
 void printView(const Invocation& invocation, const View& view)
@@ -69,7 +70,7 @@ void printView(const Invocation& invocation, const View& view)
     }
     invocation.print(std::string(camera) + ", " + kUpNames[static_cast<int>(choice.up)] + " up, "
                      + std::to_string(view.width) + " x " + std::to_string(view.height) + " pixels, shows "
-                     + numberText(view.size) + " around " + vectorText(view.target) + " along "
+                     + exactText(view.size) + " around " + vectorText(view.target) + " along "
                      + vectorText(direction));
 }
 
@@ -94,7 +95,7 @@ Result setView(Invocation& invocation)
     }
     const double size = arguments.number(5, view.size);
     if (!(size > 0))
-        return Result::failure("'size' is " + numberText(size) + ", but has to be above 0.");
+        return Result::failure("'size' is " + exactText(size) + ", but has to be above 0.");
     if (ToolHost::of(host).isPressed())
         return Result::failure("A button is down in the view. Release it first.");
     bool any = false;
@@ -156,7 +157,7 @@ std::string elementText(const Scene& scene, const DrawElement& element)
         + kDrawKindNames[static_cast<int>(element.kind)];
     if (element.vertices.empty())
         text += " at " + vectorText(transformPoint(element.transform, element.centre)) + ", radius "
-            + numberText(element.radius);
+            + exactText(element.radius);
     for (const Vector3& vertex : element.vertices.empty() ? std::vector<Vector3>{} : worldOutline(element))
         text += " (" + vectorText(vertex) + ")";
     return text;

@@ -2,8 +2,11 @@
 // A motion file into locators: hierarchy and rest pose, then the course of every channel as keys.
 #include "refhost/MotionImport.h"
 
+#include "files/BoneNames.h"
+#include "files/GltfImport.h"
+#include "files/ImportFault.h"
 #include "files/SceneFileParts.h"
-#include "formats/Bvh.h"
+#include "formats/RoleJoints.h"
 #include "refhost/Host.h"
 
 #include <algorithm>
@@ -21,25 +24,6 @@ namespace {
 constexpr formats::OffsetRule kRules[] = {formats::OffsetRule::Guess, formats::OffsetRule::Replace,
                                           formats::OffsetRule::Add};
 constexpr double kRadians = std::numbers::pi / 180;
-
-/// Inside; the text is for the user.
-struct ImportFault {
-    std::string text;
-};
-
-void require(Result result)
-{
-    if (!result.ok())
-        throw ImportFault{std::move(result.message)};
-}
-
-template <class T>
-T require(ResultOf<T> result)
-{
-    if (!result.ok())
-        throw ImportFault{std::move(result.message)};
-    return std::move(result.value);
-}
 
 std::string lineText(std::size_t line, const std::string& text)
 {
@@ -84,26 +68,33 @@ public:
     {
     }
 
-    MotionImport run(std::string_view text, const std::string& fileName)
+    MotionImport run()
     {
-        checkTimes();
+        if (m_Options.motion)
+            checkTimes();
         checkLevels();
         m_Items.resize(m_Motion.joints.size());
         for (std::size_t i = 0; i < m_Items.size(); ++i)
             joint(i);
-        m_Out.frameCount = m_Motion.frameCount;
+        m_Out.frameCount = m_Options.motion ? m_Motion.frameCount : 0;
         m_Out.frameSeconds = m_Motion.frameTime;
         for (const formats::BvhWarning& warning : m_Motion.warnings)
             m_Out.warnings.push_back(lineText(warning.line, warning.text));
+        m_Out.humanoid = setBoneNames(m_Scene, formats::roleJoints(m_Motion), m_Items);
+        m_Out.items = std::move(m_Items);
+        return std::move(m_Out);
+    }
 
+    static void keepSource(Scene& scene, const MotionImport& done, std::string_view text,
+                           const std::string& fileName, OffsetReading offsets)
+    {
         auto source = std::make_shared<MotionSource>();
         source->fileName = isStorableText(fileName) ? fileName : "unnamed.bvh";
         source->text = text;
-        source->offsets = m_Options.offsets;
-        for (const Item* item : m_Items)
+        source->offsets = offsets;
+        for (const Item* item : done.items)
             source->items.push_back(item ? item->id() : 0);
-        require(m_Scene.setData(*m_Out.roots.front(), kMotionSourceKind, std::move(source)));
-        return std::move(m_Out);
+        require(scene.setData(*done.roots.front(), kMotionSourceKind, std::move(source)));
     }
 
 private:
@@ -193,7 +184,7 @@ private:
 
     void keys(Channel& channel, std::size_t column, double zero, bool isAngle)
     {
-        if (column >= m_Motion.channelCount || m_Motion.frameCount == 0)
+        if (column >= m_Motion.channelCount || m_Motion.frameCount == 0 || !m_Options.motion)
             return;
         std::vector<Key> keys(m_Motion.frameCount);
         double former = 0;
@@ -223,16 +214,74 @@ private:
 
 } // namespace
 
+namespace {
+
+/// Runs an import as one step; `make` throws ImportFault.
+template <class Make>
+ResultOf<MotionImport> importInStep(Scene& scene, const std::string& fileName, Make&& make)
+{
+    using Answer = ResultOf<MotionImport>;
+    if (Result allowed = scene.journal().allowsEdit(); !allowed.ok())
+        return Answer::failure(std::move(allowed.message));
+    Step step(scene.journal(), "import " + fileName);
+    if (!step.isOpen())
+        return Answer::failure("Motion can't be imported while the scene is being loaded.");
+    try {
+        MotionImport done = make();
+        if (Result committed = step.commit(); !committed.ok())
+            return Answer::failure(std::move(committed.message));
+        return {std::move(done), {}};
+    } catch (const ImportFault& fault) {
+        return Answer::failure(fault.text);
+    }
+}
+
+/// GLB by its mark, glTF by its brace: a BVH file begins with neither.
+bool isGltf(std::string_view bytes)
+{
+    const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
+    return bytes.starts_with("glTF") || (first != std::string_view::npos && bytes[first] == '{');
+}
+
+ResultOf<MotionImport> importGltfFile(Scene& scene, std::string_view bytes, const std::string& path,
+                                      const MotionImportOptions& options)
+{
+    using Answer = ResultOf<MotionImport>;
+    if (Result allowed = scene.journal().allowsEdit(); !allowed.ok())
+        return Answer::failure(std::move(allowed.message));
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    const formats::GltfReadResult result = formats::readGltf(bytes, folder.empty() ? "." : folder.string());
+    if (const auto* error = std::get_if<formats::GltfError>(&result))
+        return Answer::failure(error->place.empty() ? error->reason : error->place + ": " + error->reason);
+    return importMotion(scene, std::get<formats::Gltf>(result), options);
+}
+
+} // namespace
+
 ResultOf<MotionImport> importMotion(Scene& scene, const std::string& path, const MotionImportOptions& options)
 {
     const std::variant<std::string, formats::FileError> text = formats::readWholeFile(path);
     if (const auto* error = std::get_if<formats::FileError>(&text))
         return ResultOf<MotionImport>::failure(error->reason);
-    ResultOf<MotionImport> answer = importMotionText(
-        scene, std::get<std::string>(text), std::filesystem::path(path).filename().string(), options);
+    const std::string& bytes = std::get<std::string>(text);
+    ResultOf<MotionImport> answer = isGltf(bytes)
+        ? importGltfFile(scene, bytes, path, options)
+        : importMotionText(scene, bytes, std::filesystem::path(path).filename().string(), options);
     if (!answer.ok())
         answer.message = path + ": " + answer.message;
     return answer;
+}
+
+ResultOf<MotionImport> importMotion(Scene& scene, const formats::BvhMotion& motion,
+                                    const MotionImportOptions& options)
+{
+    return importInStep(scene, "motion", [&] { return Importer(scene, motion, options).run(); });
+}
+
+ResultOf<MotionImport> importMotion(Scene& scene, const formats::Gltf& gltf,
+                                    const MotionImportOptions& options)
+{
+    return importInStep(scene, "motion", [&] { return importGltf(scene, gltf, options); });
 }
 
 ResultOf<MotionImport> importMotionText(Scene& scene, std::string_view text, const std::string& fileName,
@@ -245,18 +294,11 @@ ResultOf<MotionImport> importMotionText(Scene& scene, std::string_view text, con
         formats::readBvh(text, formats::BvhReadOptions{kRules[static_cast<int>(options.offsets)]});
     if (const auto* error = std::get_if<formats::BvhError>(&result))
         return Answer::failure(lineText(error->line, error->reason));
-    Step step(scene.journal(), "import " + fileName);
-    if (!step.isOpen())
-        return Answer::failure("Motion can't be imported while the scene is being loaded.");
-    try {
-        MotionImport done =
-            Importer(scene, std::get<formats::BvhMotion>(result), options).run(text, fileName);
-        if (Result committed = step.commit(); !committed.ok())
-            return Answer::failure(std::move(committed.message));
-        return {std::move(done), {}};
-    } catch (const ImportFault& fault) {
-        return Answer::failure(fault.text);
-    }
+    return importInStep(scene, fileName, [&] {
+        MotionImport done = Importer(scene, std::get<formats::BvhMotion>(result), options).run();
+        Importer::keepSource(scene, done, text, fileName, options.offsets);
+        return done;
+    });
 }
 
 } // namespace refhost

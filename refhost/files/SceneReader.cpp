@@ -2,7 +2,7 @@
 // Text to a scene of its own: everything is checked, and the first fault refuses the whole text.
 #include "files/SceneReader.h"
 
-#include "files/Base64.h"
+#include "formats/Base64.h"
 #include "scene/DocumentAccess.h"
 
 #include <algorithm>
@@ -356,7 +356,7 @@ private:
                 stored.facts.emplace_back(m_Doc.text(key), text);
                 continue;
             }
-            std::optional<std::string> bytes = base64Bytes(text);
+            std::optional<std::string> bytes = formats::base64Bytes(text);
             if (!bytes)
                 m_Json.refuse(key + 1, "the bytes are no base64; the file was changed or cut");
             stored.bytes = std::move(*bytes);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // A scene as text: items in order of the hierarchy, and only what differs from defaults.
-#include "files/Base64.h"
 #include "files/JsonText.h"
 #include "files/LinkOrder.h"
 #include "files/SceneFileParts.h"
+#include "formats/Base64.h"
 #include "refhost/Host.h"
 #include "scene/DocumentAccess.h"
 
@@ -412,7 +412,7 @@ private:
         }
         if (!stored.bytes.empty()) {
             object.key(kBytesKey);
-            m_Out.string(base64Text(stored.bytes));
+            m_Out.string(formats::base64Text(stored.bytes));
         }
         object.end();
     }

@@ -265,6 +265,16 @@ Result LoadedModule::prepareTool(const ServerInfo& info, const CZxObject& object
     CZxLocalize<ZxToolModelTable> model;
     if (failed(model.query(object.object(), kZxIdToolModel)))
         return Result::failure(at(info.name) + "it can't be handled: it has no tool model.");
+    CZxLocalize<ZxToolTable> tool;
+    uint32_t task = 0;
+    if (failed(tool.query(object.object(), kZxIdTool)) || failed(tool.call<&ZxToolTable::task>(&task)))
+        return Result::failure(at(info.name) + "it doesn't say what kind of tool it is.");
+    if (task != kGestureTask) {
+        m_Binding.host().tell(MessageLevel::Warning,
+                              at(info.name) + "it is a tool of the kind '" + tagText(task)
+                                  + "', for which there are no gestures here. It is left out.");
+        return {};
+    }
     m_NewTools.push_back(info.name);
     return {};
 }

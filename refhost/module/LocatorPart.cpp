@@ -54,7 +54,8 @@ zxresult writeTransform(const ItemObject& self, const ChannelWriteObject& write,
     Result result = transform.result();
     for (std::size_t a = 0; result.ok() && a < 3; ++a) {
         Channel& channel = *transform.value->channel(std::string(name) + '.' + "XYZ"[a]);
-        result = scene.writeNumber(channel, write.action(), write.time(), value[a], WriteMode::Plain);
+        result = scene.writeNumber(channel, write.action(), write.time(), value[a],
+                                   WriteMode::Key); // what has keys is moved all the same
     }
     return editResult(self.binding(), result);
 }

@@ -43,6 +43,8 @@ ResultOf<std::unique_ptr<Tool>> ModuleTool::make(HostBinding& binding, const Loa
             result = tool->m_Tool.query(server.object(), kZxIdTool);
         if (succeeded(result))
             result = tool->m_Model.query(server.object(), kZxIdToolModel);
+        if (succeeded(result))
+            result = tool->checkPackets();
         if (succeeded(result) && succeeded(tool->m_Attributes.query(server.object(), kZxIdAttributes)))
             result = tool->readAttributes();
         return result;
@@ -59,6 +61,18 @@ ModuleTool::~ModuleTool()
     m_Attributes.clear();
     m_Model.clear();
     m_Tool.clear();
+}
+
+/// A tool gets every packet that there is, so what it wants is only looked at.
+zxresult ModuleTool::checkPackets() const
+{
+    ZxObject* type = nullptr;
+    const zxresult result = m_Tool.call<&ZxToolTable::vectorType>(&type);
+    CZxObject holder;
+    holder.adopt(type);
+    if (failed(result))
+        return result == kZxNotFound ? kZxOk : result;
+    return hostObject<VectorTypeObject>(type, m_Binding) ? kZxOk : kZxInvalidArgument;
 }
 
 zxresult ModuleTool::readAttributes()

@@ -40,6 +40,7 @@ public:
 
 private:
     ModuleTool(HostBinding& binding, std::string name) : m_Binding(binding), m_Name(std::move(name)) { }
+    zxresult checkPackets() const;
     zxresult readAttributes();
     template <class Call>
     Result guarded(Phase phase, const char* what, const Call& call);

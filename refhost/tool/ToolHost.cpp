@@ -98,8 +98,10 @@ void ToolHost::afterChange(Scene& scene, const Change& change)
 {
     if (m_Own || change.kind == ChangeKind::ModifierReset)
         return;
-    if (m_Press && m_Press->scene == &scene && endsDrag(change.kind))
-        m_Press->over = true;
+    if (m_Press && m_Press->scene == &scene) {
+        m_Press->over = m_Press->over || endsDrag(change.kind);
+        m_Press->shared = true;
+    }
     m_Ready = false;
     // What is selected is asked for by `initialise`, and is no result that could be written again.
     if (change.kind != ChangeKind::SelectionChanged)
@@ -268,15 +270,18 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
     m_Ready = true;
     event.button = gesture.button;
     event.part = refhost::partAt(handles, m_View, {static_cast<double>(x), static_cast<double>(y)});
+    m_Press->mark = scene->journal().mark();
     return handle(&Tool::buttonDown, true);
 }
 
-/// Gives an event to the tool and evaluates it. When either fails the scene is as it was before the event.
+/// Gives an event to the tool and evaluates it. When either fails, all that the tool wrote in this press is
+/// taken back: a mark for each event would keep every step of a drag apart in the journal.
 Result ToolHost::handle(Operation operation, bool evaluates)
 {
     const Flag own(m_Own);
     Journal& journal = m_Press->scene->journal();
-    const std::size_t mark = journal.mark();
+    if (std::exchange(m_Press->shared, false))
+        m_Press->mark = journal.mark();
     Adjust adjust(*this);
     m_Requested = false;
     m_Press->event.time = m_Host.time();
@@ -288,7 +293,7 @@ Result ToolHost::handle(Operation operation, bool evaluates)
     if (result.ok())
         return result;
     if (journal.depth() == m_Press->depth)
-        (void)journal.rollbackTo(mark);
+        (void)journal.rollbackTo(m_Press->mark);
     if (!std::exchange(m_Press->told, true))
         m_Host.tell(MessageLevel::Warning, "The tool '" + m_Name + "' could not go on: " + result.message);
     return {}; // the next event may do

@@ -2,6 +2,7 @@
 // Goals by name, by the shape of the tree, and as the user names them.
 #include "track/GoalSelection.h"
 
+#include "formats/JointNames.h"
 #include "shared/Console.h"
 #include "track/NameParts.h"
 
@@ -116,9 +117,9 @@ std::size_t findJoint(const BvhMotion& motion, std::string_view name)
         // `LeftHand` is near to `mixamorig:LeftHand`, however long the name space.
         const std::string_view whole = joint.name;
         const std::size_t mark = whole.find_last_of(":|");
-        std::size_t distance = nameDistance(name, whole);
+        std::size_t distance = formats::nameDistance(name, whole);
         if (mark != std::string_view::npos)
-            distance = std::min(distance, nameDistance(name, whole.substr(mark + 1)));
+            distance = std::min(distance, formats::nameDistance(name, whole.substr(mark + 1)));
         if (distance <= std::max<std::size_t>(2, name.size() / 3))
             near.emplace_back(distance, joint.name);
     }

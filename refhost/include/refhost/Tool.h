@@ -119,6 +119,9 @@ struct Gesture {
 };
 enum GestureKey : unsigned { kNoKey = 0, kShiftKey = 1, kControlKey = 2 };
 
+/// The kind of tools that the modes below speak to: those that pose actors.
+inline constexpr std::uint32_t kGestureTask = tagCode('A', 'C', 'T', 'R');
+
 /// All gestures that reach a tool; everything else is the viewer's own.
 inline constexpr Gesture kGestures[] = {
     {"move", 1, kNoKey, true, 20, "moves the joint in the plane that faces the viewer"},

@@ -19,6 +19,7 @@ namespace refhost {
 /// else. After undo, redo, a change of time, and every change of the scene that is not its own, the tool
 /// object is made anew with its attributes carried over, so that it never writes an old result again.
 ///
+/// An event in which something fails takes back all that the tool wrote in this press; the next one may do.
 /// A press that can't go on (its item was deleted, the time changed) ends with what was done so far.
 class ToolHost final : public HostListener, public SceneListener {
 public:
@@ -95,6 +96,8 @@ private:
         ToolEvent event;
         EventTranslation translation;
         std::size_t depth; ///< of the journal, with the step of this press
+        std::size_t mark = 0; ///< in the journal: what came behind is the tool's
+        bool shared = false; ///< somebody else changed the scene since the mark
         bool moved = false;
         bool over = false; ///< it can't go on
         bool told = false; ///< the user knows that something failed

@@ -103,6 +103,22 @@ public:
                                                      .copied = thunk<Instance, &Instance::copied>,
                                                      .renamed = thunk<Instance, &Instance::nothing>};
         offer(kZxIdPackageInstance, table.object, this);
+        // A host calls `draw` alone of these.
+        static const ZxViewItem3DTable view = [] {
+            ZxViewItem3DTable made{};
+            made.object = kOps;
+            made.draw = thunk<Instance, &Instance::draw>;
+            return made;
+        }();
+        if (FakeWorld::current->drawItem)
+            offer(kZxIdViewItem3D, view.object, this);
+    }
+    zxresult draw(ZxObject* read, ZxObject* draw, const float* colour)
+    {
+        CZxLocalizedObject reads, draws;
+        check(reads.query(read, kZxIdChannelRead));
+        check(draws.query(draw, kZxIdStrokeDraw));
+        return FakeWorld::current->drawItem(reads, draws, colour);
     }
     zxresult initialise(ZxObject* item)
     {
@@ -303,7 +319,7 @@ public:
                                          .evaluate = thunk<ToolServer, &ToolServer::evaluate>,
                                          .vectorType = thunk<ToolServer, &ToolServer::vectorType>,
                                          .order = thunk<ToolServer, &ToolServer::order>,
-                                         .task = thunk<ToolServer, &ToolServer::number>};
+                                         .task = thunk<ToolServer, &ToolServer::task>};
         static const ZxToolModelTable model = {.object = kOps,
                                                .flags = thunk<ToolServer, &ToolServer::number>,
                                                .draw = thunk<ToolServer, &ToolServer::draw>,
@@ -322,6 +338,11 @@ public:
     zxresult order(const char** order)
     {
         *order = "f";
+        return kZxOk;
+    }
+    zxresult task(uint32_t* code)
+    {
+        *code = FakeWorld::current->toolTask;
         return kZxOk;
     }
     zxresult number(uint32_t* number)

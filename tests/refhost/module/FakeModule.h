@@ -6,6 +6,7 @@
 #include <glue/Thunk.h>
 #include <zx/ZxChannel.h>
 #include <zx/ZxCommand.h>
+#include <zx/ZxDraw.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxItem.h>
@@ -53,6 +54,11 @@ struct FakeWorld {
     std::function<zxresult(std::string_view call, const CZxLocalize<ZxVectorStackTable>& stack,
                            ZxObject* other)>
         tool;
+    /// What instances on items draw; without it they offer no view interface.
+    std::function<zxresult(const CZxLocalizedObject& read, const CZxLocalizedObject& draw,
+                           const float* colour)>
+        drawItem;
+    uint32_t toolTask = 0x41435452u;
     bool keepsItems = false; ///< a module that counts wrongly
 
     // What happened

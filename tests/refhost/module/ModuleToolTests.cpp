@@ -287,6 +287,56 @@ TEST_F(ModuleToolTests, AClickOnAMeshFindsTheWeightsOfItsJoints)
     EXPECT_TRUE(messages.empty()) << messages[0];
 }
 
+TEST_F(ModuleToolTests, ItemsDrawInTheirOwnFrameAndColour)
+{
+    CZxLocalizedObject kept;
+    world.drawItem = [&](const CZxLocalizedObject& read, const CZxLocalizedObject& draw,
+                         const float* colour) {
+        const auto strokes = faceOf<ZxStrokeDrawTable>(draw.object(), kZxIdStrokeDraw);
+        const auto shapes = faceOf<ZxShapeDrawTable>(draw.object(), kZxIdShapeDraw);
+        const double zero[] = {0, 0, 0}, one[] = {1, 0, 0};
+        EXPECT_TRUE(static_cast<bool>(faceOf<ZxChannelReadTable>(read.object(), kZxIdChannelRead)));
+        EXPECT_TRUE(failed(strokes.call<&ZxStrokeDrawTable::vertex>(zero, 0u))); // no stroke yet
+        check(strokes.call<&ZxStrokeDrawTable::setPart>(0x88CA6C00u));
+        check(strokes.call<&ZxStrokeDrawTable::beginDashed>(kZxStrokeLines, colour, 0.5f, 3.0f, 0xF0F0u));
+        check(strokes.call<&ZxStrokeDrawTable::vertex>(zero, 0u));
+        check(strokes.call<&ZxStrokeDrawTable::vertex>(one, 0u));
+        check(shapes.call<&ZxShapeDrawTable::arc>(colour, 1.0f, zero, 2.0, 0.0, 1.0, 1u, kZxArcFilled));
+        kept = draw;
+        return kZxFailure; // an item may have nothing more to show
+    };
+    begin();
+    Item& item = make("Marker");
+    ASSERT_TRUE(scene.addPackage(item, "fake.package").ok());
+    const auto position = scene.addTransformItem(item, TransformKind::Position);
+    ASSERT_TRUE(
+        scene.writeNumber(*position.value->channel("pos.Y"), Action::Edit, 0, 4, WriteMode::Plain).ok());
+    ASSERT_TRUE(scene.setTag(item, tagCode('O', 'V', 'C', 'L'), "r=0.25 g=7 b=0.5").ok());
+    commit();
+    DrawingList list;
+    recordItems(scene, tools.view(), list);
+    ASSERT_EQ(list.elements.size(), 2u);
+    const DrawElement &line = list.elements[0], &arc = list.elements[1];
+    EXPECT_EQ(line.colour, (std::array<float, 3>{0.25f, 1, 0.5f}));
+    EXPECT_EQ(line.dashes, 0xF0F0);
+    EXPECT_EQ(line.part, 0x88CA6C00u);
+    EXPECT_EQ(line.item, item.id());
+    EXPECT_EQ(worldOutline(line), (std::vector<Vector3>{{0, 4, 0}, {1, 4, 0}}));
+    EXPECT_TRUE(arc.filled);
+    const std::vector<Vector3> sector = worldOutline(arc);
+    EXPECT_EQ(sector.front(), (Vector3{0, 4, 0}));
+    EXPECT_EQ(sector[1], (Vector3{0, 4, 2})); // about y from z to x
+    EXPECT_GT(sector[2][0], 0);
+    EXPECT_EQ(reinterpret_cast<const ZxStrokeDrawTable*>(kept.object()->table)->setPart(kept.object(), 1),
+              kZxNotAvailable);
+
+    begin();
+    ASSERT_TRUE(scene.writeNumber(*item.channel("visible"), Action::Edit, 0, 0, WriteMode::Plain).ok());
+    commit();
+    recordItems(scene, tools.view(), list);
+    EXPECT_EQ(list.elements.size(), 2u);
+}
+
 TEST_F(ModuleToolTests, EveryHostCallOfAToolMayFailOnceWithoutHarm)
 {
     begin();

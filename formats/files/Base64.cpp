@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Base64 with padding, three bytes to four characters.
-#include "files/Base64.h"
+#include "formats/Base64.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
-namespace refhost {
+namespace formats {
 namespace {
 
 constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -69,4 +69,4 @@ std::optional<std::string> base64Bytes(std::string_view text)
     return out;
 }
 
-} // namespace refhost
+} // namespace formats

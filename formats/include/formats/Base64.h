@@ -6,10 +6,11 @@
 #include <string>
 #include <string_view>
 
-namespace refhost {
+namespace formats {
 
+/// Letters, digits, + and /, padded with = to groups of four.
 std::string base64Text(std::string_view bytes);
 /// Nothing when the text is not exactly what base64Text writes for some bytes.
 std::optional<std::string> base64Bytes(std::string_view text);
 
-} // namespace refhost
+} // namespace formats

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// A GLB that is being written: a document, its one buffer, and what is added to both.
+#pragma once
+
+#include "formats/GltfWriter.h"
+#include "gltf/GltfContainer.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace formats {
+
+/// Throws GltfRefusal where something cannot be written.
+class GlbBuilder {
+public:
+    Json json = Json::object();
+    std::string binary; // buffer 0
+
+    /// Element of a top-level array by the index it gets.
+    std::size_t add(const char* array, Json element);
+
+    /// Appends bytes at a multiple of four; the index of their buffer view.
+    std::size_t addView(std::string_view bytes, int target = 0);
+
+    /// Adds numbers in single precision as an accessor with a view of its own, `width` of them an element.
+    std::size_t addFloats(std::span<const float> values, const char* type, std::size_t width, bool bounds,
+                          int target = 0);
+
+    /// Adds an animation, or puts the clip's keys into one: channels of the same node and property make room,
+    /// others stay. Nothing happens for a clip without keys.
+    void addClip(const GltfClip& clip, std::size_t nodeCount, int replaceAnimation);
+
+    /// The file; `otherChunks` follow the usual two.
+    std::string finish(const std::vector<GltfChunk>& otherChunks = {});
+
+private:
+    Json keptChannels(const Json& animation, const GltfClip& clip, Json& samplers) const;
+};
+
+inline constexpr int kVertexTarget = 34962;
+
+} // namespace formats

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// A glTF file's nodes into a scene.
+#pragma once
+
+#include "formats/Gltf.h"
+#include "refhost/MotionImport.h"
+
+namespace refhost {
+
+/// Makes a locator of every node inside the open step; throws ImportFault.
+MotionImport importGltf(Scene& scene, const formats::Gltf& gltf, const MotionImportOptions& options);
+
+} // namespace refhost
