@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace render {
 namespace {
@@ -41,6 +42,8 @@ public:
                     if (const auto mesh = refhost::MeshPoses::of(m_Scene).at(*item, m_Time)) {
                         addMesh(m_Shapes, *mesh);
                         anyMesh = true;
+                        for (const refhost::WeightMap& map : mesh->mesh->data().maps)
+                            m_Bound.insert(map.joint);
                     }
         const bool inside = anyMesh && m_Look.skeleton == SceneLook::Skeleton::Auto;
         for (Item* item : m_Scene.itemsOfType(m_Scene.host().locatorType())) {
@@ -77,6 +80,14 @@ private:
     {
         return item.hasPackage(refhost::kDrawingPackage) && integer(item, "drawShape") != 0;
     }
+    /// Whether the item or one above it moves points of a mesh: what lies above a skeleton is no bone.
+    bool isBound(const Item& item) const
+    {
+        for (const Item* current = &item; current; current = current->parent())
+            if (m_Bound.contains(current->id()))
+                return true;
+        return false;
+    }
     bool place(const Item& item, Matrix34& out)
     {
         Channel* world = item.channel("worldMatrix");
@@ -99,7 +110,7 @@ private:
         const Vector3f to = single(here.offset);
         const double pixel = m_View.pixelSize(here.offset);
         if (inside) {
-            if (hasBone)
+            if (hasBone && isBound(*parent))
                 m_Shapes.above.segments.push_back({single(above.offset), to, kInside, kInsideWidth});
             return;
         }
@@ -148,6 +159,7 @@ private:
     const SceneLook& m_Look;
     refhost::Evaluation& m_Evaluation;
     const double m_Time;
+    std::set<refhost::ItemId> m_Bound; // joints of the skins
     Shapes m_Shapes;
 };
 

@@ -12,6 +12,7 @@
 #include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
+#include <zx/ZxTool.h>
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +25,7 @@ namespace {
 constexpr const char* kServers[] = {
     "ikfb",       "ikfb.assign", "ikfb.setRest",  "ikfb.task", "ikfb.goal",       "ikfb.goalAssign",
     "ikfb.chain", "ikfb.remove", "ikfb.retarget", "ik.joint",  "ik.positionTask", "ik.orientationTask",
-    "iktask",     "ik.package",  "ikFullBody"};
+    "iktask",     "ik.package",  "ikFullBody",    "ik.pose"};
 
 constexpr ZxId kUnknownInterface = {0x0123456789abcdefull, 0xfedcba9876543210ull};
 
@@ -163,7 +164,7 @@ void checkArguments(ZxObject* attributes, const std::string& server)
     const auto& table = tableOf<ZxAttributesTable>(attributes);
     std::uint32_t count = 0;
     const char* name = nullptr;
-    expectCode(table.count(attributes, &count), kZxOk, "the count of a command's arguments");
+    expectCode(table.count(attributes, &count), kZxOk, "the count of a server's arguments");
     for (std::uint32_t i = 0; i < count; ++i)
         expectCode(table.name(attributes, i, &name), kZxOk, "the name of an argument");
     expectCode(table.name(attributes, count, &name), kZxOutOfRange,
@@ -179,14 +180,16 @@ void checkServers(const std::string& path)
         ZxObject* unknown = nullptr;
         expectCode(server->table->query(server, &kUnknownInterface, &unknown), kZxNotFound,
                    fmt::format("'{}', asked for an unknown interface,", tag.name).c_str());
-        const bool isCommand = isSame(tag.interfaceId, kZxIdCommand);
-        ZxObject* second = isCommand ? queryInterface(server, kZxIdAttributes, "Attributes")
-                                     : queryInterface(server, kZxIdStaticDesc, "StaticDesc");
+        // What a user sets, commands and tools take as attributes; all other servers have tags.
+        const bool hasAttributes =
+            isSame(tag.interfaceId, kZxIdCommand) || isSame(tag.interfaceId, kZxIdTool);
+        ZxObject* second = hasAttributes ? queryInterface(server, kZxIdAttributes, "Attributes")
+                                         : queryInterface(server, kZxIdStaticDesc, "StaticDesc");
         ZxObject* sameIdentity = queryInterface(second, kZxIdObject, "Object");
         if (identity != sameIdentity)
             throw CheckFailure(
                 fmt::format("two interfaces of '{}' give different objects as its identity", tag.name));
-        if (isCommand)
+        if (hasAttributes)
             checkArguments(second, tag.name);
         else
             checkDescription(second, tag.name);
