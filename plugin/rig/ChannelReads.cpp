@@ -2,6 +2,8 @@
 // Channels of an item read by name.
 #include "rig/ChannelReads.h"
 
+#include "rig/RigMath.h"
+
 #include "host/CZxEvaluation.h"
 
 #include <algorithm>
@@ -17,11 +19,6 @@ int32_t ChannelOf(const CZxUser_Item& item, const char* name)
 {
     int32_t index = -1;
     return succeeded(item.call<&ZxItemTable::channelIndex>(name, &index)) ? index : -1;
-}
-
-bool AreFinite(const double* values, int count)
-{
-    return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
 }
 
 } // namespace

@@ -129,6 +129,13 @@ void WriteVector(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, co
         write.number(item, item.channel((std::string(name) + '.' + "XYZ"[a]).c_str()), xyz[a]);
 }
 
+void CreateVectorKeys(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
+                      const double* xyz)
+{
+    for (uint32_t a = 0; a < 3; ++a)
+        write.createKey(item, item.channel((std::string(name) + '.' + "XYZ"[a]).c_str()), xyz[a]);
+}
+
 void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
                      const CZxUser_Item& item, bool addPackages)
 {

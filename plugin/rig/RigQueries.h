@@ -47,6 +47,10 @@ void BlockToEuler(const Sinew::Matrix4d& matrix, uint32_t order, double* out);
 void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
                      const CZxUser_Item& item, bool addPackages);
 
+/// `name`.X, .Y and .Z as keys at the write's time, made where there are none.
+void CreateVectorKeys(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
+                      const double* xyz);
+
 /// `name`.X, .Y and .Z; a channel that is missing is skipped. Throws the host's failure.
 void WriteVector(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
                  const double* xyz);

@@ -5,6 +5,7 @@
 #include "host/CZxLocator.h"
 #include "host/Services.h"
 #include "rig/ChannelReads.h"
+#include "rig/RigMath.h"
 #include "rig/RigQueries.h"
 #include "tool/PoseAttributes.h"
 
@@ -89,23 +90,28 @@ zxresult CPoseTool::enable(ZxObject* message)
 
 CZxUser_Item CPoseTool::FindToolItem()
 {
-    for (CZxUser_Item& item : SelectedItems())
-        if (item.hasPackage("locator"))
+    for (CZxUser_Item& item : SelectedItems()) {
+        // One that was deleted meanwhile fails; the next may serve.
+        if (item.call<&ZxItemTable::hasPackage>("locator") == kZxTrue)
             return std::move(item);
+    }
     return {};
 }
 
 zxresult CPoseTool::initialise(ZxObject*)
 {
     const CZxUser_Item item = FindToolItem();
-    if (item && Record(item))
+    CZxUser_Scene scene;
+    if (item)
+        scene = sceneOf(item);
+    // Identifiers are those of one scene.
+    if (m_RecordsReady && item && IsSameObject(scene, m_Scene) && Record(item))
         return kZxOk;
     FreePoseJoints();
     if (!item)
         return kZxOk;
-    m_Scene = sceneOf(item);
+    m_Scene = std::move(scene);
     m_ToolItem = item;
-    m_LockPending = m_ClearPending = false;
     m_KeptTime = CurrentTime();
     m_SolverType = TypeCode("ikFullBody");
     BuildPoseJoints(EvaluatedRead(m_KeptTime), item);
@@ -116,8 +122,10 @@ zxresult CPoseTool::initialise(ZxObject*)
 void CPoseTool::FreePoseJoints()
 {
     EndDrag();
-    m_RecordsReady = false;
-    m_ToolItem.clear();
+    m_RecordsReady = m_LockPending = m_ClearPending = m_UsesGoal = m_GoalPending = false;
+    for (CZxUser_Item* item : {&m_ToolItem, &m_ClickItem, &m_ChainParent, &m_ChainTop, &m_GoalItem})
+        item->clear();
+    m_Scene.clear();
     m_Chain.clear();
     m_Locked.clear();
     m_Joints.clear();

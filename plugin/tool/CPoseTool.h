@@ -13,6 +13,7 @@
 #include "host/CZxMesh.h"
 #include "host/CZxScene.h"
 #include "host/CZxTool.h"
+#include "tool/ChainFrame.h"
 #include "tool/PoseJoint.h"
 #include "tool/PoseMath.h"
 
@@ -47,12 +48,16 @@ public:
     zxresult enable(ZxObject* message) override;
 
 private:
+    /// Depth of a task that moves all of its chain.
+    static constexpr uint32_t kWholeChain = 0xFFFFFFFFu;
+
     /// What one evaluation works with.
     struct Pass {
         CZxUser_ChannelRead read; ///< evaluated
         CZxUser_ChannelWrite write; ///< in "edit"
         double world[3]; ///< the attributes' position, as it stands
         double local[3]; ///< the same in the chain's space
+        double turn; ///< degrees of a rotation drag
         ChainFrame frame;
     };
 
@@ -107,9 +112,9 @@ private:
     void AddLockedBranches(const CZxUser_ChannelRead& read);
     void ConfigureBones(const CZxUser_ChannelRead& read);
     void AddLockTasks();
-    void HoldLocked(const CZxUser_ChannelRead& read, const PoseJoint& joint, const ChainFrame& frame);
+    void HoldLocked(const CZxUser_ChannelRead& read, const PoseJoint& joint, const ChainFrame* frame);
     void AddDragTask();
-    ChainFrame ReadChainFrame(const CZxUser_ChannelRead& read) const;
+    bool ReadChainFrame(const CZxUser_ChannelRead& read, ChainFrame& frame) const;
     void EndSolver();
     void EndDrag();
 

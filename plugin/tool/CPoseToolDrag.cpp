@@ -22,22 +22,8 @@ using Sinew::SinewQuaternion;
 namespace {
 
 constexpr double kDegreesPerRadian = 57.29577951308232;
-constexpr uint32_t kWholeChain = 0xFFFFFFFFu;
 /// Radians in one iteration, for a joint that says nothing.
 constexpr float kDefaultMaxVelocity = 0.033f;
-
-/// Rotation of a local matrix as the engine takes it. A locator's scale doesn't turn it.
-SinewQuaternion RotationOf(const Matrix4d& local)
-{
-    Matrix4d rotation = local;
-    for (uint32_t r = 0; r < 3; ++r) {
-        const double length = Length(rotation[r]);
-        if (length > 0 && std::fabs(length - 1) > 1e-6)
-            for (uint32_t c = 0; c < 3; ++c)
-                rotation[r][c] /= length;
-    }
-    return QuaternionOf(rotation);
-}
 
 /// `ikAxisX` and so on with a suffix.
 struct AxisChannel {
@@ -94,22 +80,57 @@ bool ApplyJointChannels(const CZxUser_ChannelRead& read, IKSegment& bone, PoseJo
     return true;
 }
 
+/// Where the tasks of a locked joint want it.
+struct LockGoal {
+    bool hasPosition = false, hasOrientation = false;
+    Matrix4d matrix, positionOffset, rotationOffset;
+
+    void readPosition(const CZxUser_ChannelRead& read, const CZxUser_Item& item)
+    {
+        double place[3], offset[3];
+        if (!IsTaskEnabled(read, item) || !ReadMatrix(read, item, "ikptMatrix", nullptr, place))
+            return;
+        hasPosition = true;
+        matrix.setTranslation(place[0], place[1], place[2]);
+        if (ReadVector(read, item, "ikptOffset", offset))
+            positionOffset.setTranslation(offset[0], offset[1], offset[2]);
+    }
+    void readOrientation(const CZxUser_ChannelRead& read, const CZxUser_Item& item)
+    {
+        double nine[9], angles[3];
+        if (!item.hasPackage("ik.orientationTask") || !IsOn(read, item, "ikotEnable")
+            || !ReadMatrix(read, item, "ikotMatrix", nine, nullptr))
+            return;
+        hasOrientation = true;
+        matrix.set3x3(nine);
+        if (ReadVector(read, item, "ikotOffset", angles))
+            rotationOffset = product(product(AxisRotation(angles[2], 2), AxisRotation(angles[0], 0)),
+                                     AxisRotation(angles[1], 1));
+    }
+    Matrix4d world() const { return product(product(rotationOffset, positionOffset), matrix); }
+};
+
 } // namespace
 
 void CPoseTool::BuildSolver()
 {
     EndSolver();
     m_Solver = std::make_unique<Sinew::IKSolver>();
-    if (m_DragKind == PoseDragKind::MoveWithParent)
-        BuildParentChain(m_DraggedItem);
-    else
-        BuildChain(m_DraggedItem);
-    if (m_Descriptors.size() < 2)
-        return;
-    m_Solver->setBones(m_Descriptors.data(), static_cast<uint32_t>(m_Descriptors.size()));
-    ConfigureBones(EvaluatedRead(CurrentTime()));
-    AddLockTasks();
-    AddDragTask();
+    try {
+        if (m_DragKind == PoseDragKind::MoveWithParent)
+            BuildParentChain(m_DraggedItem);
+        else
+            BuildChain(m_DraggedItem);
+        if (m_Descriptors.size() < 2)
+            return;
+        m_Solver->setBones(m_Descriptors.data(), static_cast<uint32_t>(m_Descriptors.size()));
+        ConfigureBones(EvaluatedRead(CurrentTime()));
+        AddLockTasks();
+        AddDragTask();
+    } catch (zxresult) {
+        EndSolver(); // half a chain would be posed for a whole one
+        throw;
+    }
 }
 
 void CPoseTool::EndSolver()
@@ -166,11 +187,13 @@ void CPoseTool::AddBone(const CZxUser_ChannelRead& read, const CZxUser_Item& ite
     if (!joint || std::find(m_Chain.begin(), m_Chain.end(), joint) != m_Chain.end())
         return;
     Sinew::BoneDescriptor bone;
-    bone.name = item.uniqueName(); // lasts until the names are copied into the solver
-    bone.parent_name = parent ? parent.uniqueName() : nullptr;
+    // Of the records' own items, which outlive the copying of the names into the solver.
+    const PoseJoint* above = parent ? Record(parent) : nullptr;
+    bone.name = joint->item.uniqueName();
+    bone.parent_name = above ? above->item.uniqueName() : nullptr;
     for (uint32_t a = 0; a < 3; ++a)
         bone.rest_translation[a] = static_cast<float>(joint->localPosition[3][a]);
-    const SinewQuaternion q = RotationOf(joint->localRotation);
+    const SinewQuaternion q = QuaternionOf(WithoutScale(joint->localRotation)); // a scale turns nothing
     const float rest[4] = {q.w(), q.x(), q.y(), q.z()};
     std::copy_n(rest, 4, bone.rest_orientation);
 
@@ -221,77 +244,67 @@ void CPoseTool::ConfigureBones(const CZxUser_ChannelRead& read)
     }
 }
 
-ChainFrame CPoseTool::ReadChainFrame(const CZxUser_ChannelRead& read) const
+/// False when there is something above the chain and it can't be read.
+bool CPoseTool::ReadChainFrame(const CZxUser_ChannelRead& read, ChainFrame& frame) const
 {
     double position[3], nine[9], scale[9];
-    if (!m_ChainParent || !ReadMatrix(read, m_ChainParent, "wposMatrix", nullptr, position)
+    if (!m_ChainParent)
+        return true;
+    if (!ReadMatrix(read, m_ChainParent, "wposMatrix", nullptr, position)
         || !ReadMatrix(read, m_ChainParent, "wrotMatrix", nine, nullptr))
-        return {};
+        return false;
     Matrix4d rotation;
     rotation.set3x3(nine);
     double diagonal[3] = {1, 1, 1};
     if (ReadMatrix(read, m_ChainParent, "wsclMatrix", scale, nullptr))
         for (uint32_t a = 0; a < 3; ++a)
             diagonal[a] = scale[4 * a];
-    return {position, rotation, diagonal};
+    frame = {position, rotation, diagonal};
+    return true;
 }
 
 void CPoseTool::AddLockTasks()
 {
     const CZxUser_ChannelRead read = EvaluatedRead(m_KeptTime);
-    const ChainFrame frame = ReadChainFrame(read);
+    ChainFrame frame;
+    const bool isPlaced = ReadChainFrame(read, frame);
     const PoseJoint* dragged = Record(m_DraggedItem);
     for (const PoseJoint* joint : m_Locked)
         if (joint != dragged)
-            HoldLocked(read, *joint, frame);
+            HoldLocked(read, *joint, isPlaced ? &frame : nullptr);
 }
 
-/// Two tasks that hold the joint where it stands, or on its goal where it has one.
-void CPoseTool::HoldLocked(const CZxUser_ChannelRead& read, const PoseJoint& joint, const ChainFrame& frame)
+/// Two tasks that hold the joint where it stands, or, in a frame, on its goal where it has one.
+void CPoseTool::HoldLocked(const CZxUser_ChannelRead& read, const PoseJoint& joint, const ChainFrame* frame)
 {
-    const CZxUser_Item& item = joint.item;
-    const char* name = item.uniqueName();
-    bool hasPosition = false, hasOrientation = false;
-    Matrix4d goal, positionOffset, rotationOffset;
+    const char* name = joint.item.uniqueName();
     IKPositionTask* position = m_Solver->addPositionTask(name, 0);
+    IKOrientationTask* orientation = m_Solver->addOrientationTask(name, 0);
+    LockGoal goal;
     if (position) {
-        double place[3], offset[3];
-        if (IsTaskEnabled(read, item) && ReadMatrix(read, item, "ikptMatrix", nullptr, place)) {
-            hasPosition = true;
-            goal.setTranslation(place[0], place[1], place[2]);
-            if (ReadVector(read, item, "ikptOffset", offset))
-                positionOffset.setTranslation(offset[0], offset[1], offset[2]);
-        }
+        goal.readPosition(read, joint.item);
         position->setWeight(static_cast<float>(number(kPositionTaskWeight)));
         position->setPrecision(static_cast<float>(number(kPositionTaskPrecision)));
         position->setDepth(kWholeChain);
         position->setActive(true, false);
     }
-    IKOrientationTask* orientation = m_Solver->addOrientationTask(name, 0);
     if (orientation) {
-        double nine[9], angles[3];
-        if (item.hasPackage("ik.orientationTask") && IsOn(read, item, "ikotEnable")
-            && ReadMatrix(read, item, "ikotMatrix", nine, nullptr)) {
-            hasOrientation = true;
-            goal.set3x3(nine);
-            if (ReadVector(read, item, "ikotOffset", angles))
-                rotationOffset = product(product(AxisRotation(angles[2], 2), AxisRotation(angles[0], 0)),
-                                         AxisRotation(angles[1], 1));
-        }
+        goal.readOrientation(read, joint.item);
         orientation->setWeight(static_cast<float>(number(kRotationTaskWeight)));
         orientation->setPrecision(static_cast<float>(number(kRotationTaskPrecision)));
         orientation->setDepth(1);
         orientation->setActive(true, false);
     }
-    goal = product(product(rotationOffset, positionOffset), goal);
-    if (hasPosition) {
-        double local[3];
-        frame.toChain(goal[3], local);
+    if (!frame)
+        return;
+    const Matrix4d world = goal.world();
+    double local[3];
+    frame->toChain(world[3], local);
+    if (goal.hasPosition && AreFinite(local, 3))
         position->setTarget(static_cast<float>(local[0]), static_cast<float>(local[1]),
                             static_cast<float>(local[2]));
-    }
-    if (hasOrientation) {
-        const SinewQuaternion q = QuaternionOf(frame.toChain(goal));
+    if (goal.hasOrientation) {
+        const SinewQuaternion q = QuaternionOf(frame->toChain(world));
         orientation->setTarget(q.x(), q.y(), q.z(), q.w());
     }
 }

@@ -20,7 +20,6 @@ using Sinew::SinewVector;
 
 namespace {
 
-constexpr uint32_t kWholeChain = 0xFFFFFFFFu;
 constexpr uint32_t kSteps = 1000;
 constexpr float kPrecision = -2.0f;
 constexpr float kPull = 1.0f;
@@ -28,11 +27,6 @@ constexpr float kTolerance = 0.00001f;
 constexpr float kLimitsGain = 1.0f;
 
 float Single(double value) { return static_cast<float>(value); }
-
-bool AreFinite(const double* values, int count)
-{
-    return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
-}
 
 /// `name`.X, .Y and .Z of a transform item. What can't be written, on an item that is gone, is left.
 void ChangeVector(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
@@ -69,9 +63,14 @@ zxresult CPoseTool::evaluate(ZxObject* stackObject)
               .write = m_Scene.channelWrite("edit", now),
               .world = {number(kOffsetX), number(kOffsetY), number(kOffsetZ)},
               .local = {},
+              .turn = 0,
               .frame = {}};
-    if (m_ChainParent)
-        pass.frame = ReadChainFrame(pass.read);
+    if (!ReadChainFrame(pass.read, pass.frame))
+        return kZxOk;
+    // The angle of a rotation drag is the first coordinate in the chain's space, like any other drag result;
+    // a scale above the chain is none of an angle.
+    pass.frame.turnToChain(pass.world, pass.local);
+    pass.turn = pass.local[0];
     pass.frame.toChain(pass.world, pass.local);
     if (m_Dragging && !AreFinite(pass.local, 3))
         return kZxOk;
@@ -138,9 +137,8 @@ void CPoseTool::UpdateDragTask(const Pass& pass)
         FollowGoal(pass);
     }
     if (m_OrientationTask) {
-        // The angle is the first coordinate as it stands in the chain's space, like any other drag result.
         const double* axis = m_RotationBase[m_Chain.front()->majorAxis];
-        const Matrix4d turn = Sinew::rotation(pass.local[0], axis[0], axis[1], axis[2]);
+        const Matrix4d turn = Sinew::rotation(pass.turn, axis[0], axis[1], axis[2]);
         const SinewQuaternion q = QuaternionOf(pass.frame.toChain(product(m_RotationBase, turn)));
         m_OrientationTask->setTarget(q.x(), q.y(), q.z(), q.w());
         m_OrientationTask->setWeight(2.0f);
@@ -156,10 +154,7 @@ void CPoseTool::FollowGoal(const Pass& pass)
         std::copy_n(pass.world, 3, m_GoalPosition);
         m_GoalPending = true;
     } else if (m_WritesTaskPosition && m_DraggedItem.channel("ikptPos.X") > 0) {
-        for (uint32_t a = 0; a < 3; ++a)
-            pass.write.createKey(m_DraggedItem,
-                                 m_DraggedItem.channel((std::string("ikptPos.") + "XYZ"[a]).c_str()),
-                                 pass.world[a]);
+        CreateVectorKeys(pass.write, m_DraggedItem, "ikptPos", pass.world);
     }
 }
 
@@ -178,7 +173,7 @@ void CPoseTool::Solve(const Pass& pass)
         m_Solver->setTranslateRoot(true);
         m_Solver->setRootTranslationWeight(Single(number(kRootWeight)));
     }
-    m_Solver->solve(kSteps);
+    m_Solver->solve(kSteps); // of one that diverged, finite values are written; the next move starts anew
 }
 
 void CPoseTool::ReadBones(const Pass& pass)
@@ -209,13 +204,16 @@ void CPoseTool::ReadBone(const Pass& pass, IKSegment& bone, PoseJoint& joint) co
             joint.writesRotation = true;
         }
     }
-    if (&joint
-        != m_Joints.front().get()) // the first record is the tool item's, and nothing else changes its place
+    const bool isToolItem = &joint == m_Joints.front().get();
+    if (!isToolItem) // nothing else changes its place
         return;
     const double position[3] = {translation.x(), translation.y(), translation.z()};
-    if (AreFinite(position, 3)
-        && succeeded(locator.positionForChannels(pass.read, position, joint.newPosition)))
-        joint.writesPosition = true;
+    double inChannels[3];
+    if (!AreFinite(position, 3) || failed(locator.positionForChannels(pass.read, position, inChannels))
+        || !AreFinite(inChannels, 3))
+        return;
+    std::copy_n(inChannels, 3, joint.newPosition);
+    joint.writesPosition = true;
 }
 
 void CPoseTool::WritePending(const Pass& pass) const

@@ -2,6 +2,7 @@
 // What the pose tool does with the host's events: handles, and a drag from button down to button up.
 #include "host/Services.h"
 #include "rig/ChannelReads.h"
+#include "rig/RigMath.h"
 #include "tool/CPoseTool.h"
 #include "tool/PoseAttributes.h"
 #include "tool/PoseMarks.h"
@@ -46,9 +47,14 @@ void SetDragKind(int32_t mode, PoseDragKind& kind)
     }
 }
 
-bool IsFinite(const double* three)
+/// The three offsets of a drag; false when the host refuses one.
+bool SetOffsets(const CZxUser_AdjustTool& adjust, const double* three)
 {
-    return std::isfinite(three[0]) && std::isfinite(three[1]) && std::isfinite(three[2]);
+    constexpr uint32_t kOffsets[] = {kOffsetX, kOffsetY, kOffsetZ};
+    for (uint32_t a = 0; a < 3; ++a)
+        if (failed(adjust.setNumber(kOffsets[a], three[a])))
+            return false;
+    return true;
 }
 
 } // namespace
@@ -101,6 +107,8 @@ zxresult CPoseTool::buttonDown(ZxObject* stackObject, ZxObject* adjustObject)
     const auto* input = stack.record<ZxToolInputEvent>(m_InputPacket);
     if (!m_RecordsReady || !input)
         return kZxOk;
+    if (m_Dragging) // its button up never came
+        EndDrag();
     m_DrawTime = m_KeptTime = CurrentTime();
     m_ActiveJoint = input->part;
     if (m_ActiveJoint < 0 && !PickWithoutHandle(stack, input->mode))
@@ -177,22 +185,18 @@ zxresult CPoseTool::move(ZxObject* stackObject, ZxObject* adjustObject)
     const CZxUser_AdjustTool adjust(adjustObject);
     const PoseJoint& joint = *m_Joints[static_cast<std::size_t>(m_ActiveJoint)];
     m_DraggedItem = joint.item;
-    if (IsMove(m_DragKind)) {
-        double position[3];
-        if (failed(stack.translatePacket(m_TranslatePacket).newPosition(joint.worldPosition[3], position))
-            || !IsFinite(position))
-            return kZxOk;
-        adjust.setNumber(kOffsetX, position[0]);
-        adjust.setNumber(kOffsetY, position[1]);
-        adjust.setNumber(kOffsetZ, position[2]);
-    } else if (m_DragKind == PoseDragKind::Rotate) {
+    double offsets[3] = {0, 0, 0};
+    if (m_DragKind == PoseDragKind::Rotate) {
         const auto* screen = stack.record<ZxToolScreenEvent>(m_ScreenPacket);
         if (!screen)
             return kZxOk;
-        adjust.setNumber(kOffsetX, ScreenTurnDegrees(*screen));
-        adjust.setNumber(kOffsetY, 0);
-        adjust.setNumber(kOffsetZ, 0);
+        offsets[0] = ScreenTurnDegrees(*screen);
+    } else if (failed(stack.translatePacket(m_TranslatePacket).newPosition(joint.worldPosition[3], offsets))
+               || !AreFinite(offsets, 3)) {
+        return kZxOk;
     }
+    if (!SetOffsets(adjust, offsets))
+        return kZxOk;
     FindGoal();
     if (m_NeedsSolver) {
         BuildSolver();

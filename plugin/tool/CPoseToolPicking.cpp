@@ -2,6 +2,7 @@
 // Picking a joint by the mesh that it moves.
 #include "host/CZxGenericPolymorph.h"
 #include "host/Services.h"
+#include "rig/ChannelReads.h"
 #include "tool/CFindMapVisitor.h"
 #include "tool/CPoseTool.h"
 
@@ -18,6 +19,8 @@ CZxUser_Item CPoseTool::PickJointFromMesh(const CZxUser_Item& item, const ZxRayH
 {
     m_BestJoint = -1;
     m_BestWeight = 0;
+    if (!HasChannel(item, "mesh"))
+        return {};
     const CZxUser_ChannelRead read = EvaluatedRead(CurrentTime());
     const CZxUser_Mesh mesh = CZxUser_MeshFilter(read, item).generate();
     const CZxUser_Polygon polygon = mesh.polygons();

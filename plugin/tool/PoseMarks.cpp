@@ -5,6 +5,7 @@
 #include "host/CZxLocator.h"
 #include "host/Services.h"
 #include "rig/ChannelReads.h"
+#include "rig/RigMath.h"
 #include "rig/RigQueries.h"
 #include "tool/PoseMath.h"
 
@@ -19,14 +20,6 @@ constexpr uint32_t kLockTag = TagCode("PSTL");
 constexpr const char* kLockMark = "ikLock";
 constexpr const char* kPositionTask = "ik.positionTask";
 constexpr const char* kOrientationTask = "ik.orientationTask";
-
-/// `name`.X, .Y and .Z as keys.
-void CreateVectorKeys(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
-                      const double* xyz)
-{
-    for (uint32_t a = 0; a < 3; ++a)
-        write.createKey(item, item.channel((std::string(name) + '.' + "XYZ"[a]).c_str()), xyz[a]);
-}
 
 /// The solver of the rig above the item, not looking at the item's own children; empty when there is none.
 CZxUser_Item SolverAbove(const CZxUser_Item& item, uint32_t solverType)
@@ -55,7 +48,7 @@ bool AddPinTasks(const CZxUser_Scene& scene, const CZxUser_ItemGraph& ikTasks, c
                  uint32_t solverType)
 {
     const CZxUser_Item solver = SolverAbove(item, solverType);
-    if (!solver)
+    if (!solver || !ikTasks)
         return false;
     item.addPackage(kPositionTask);
     item.addPackage(kOrientationTask);
@@ -80,8 +73,9 @@ bool BakeJoint(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& writ
     Matrix4d local;
     if (!ReadMatrix(read, item, "worldMatrix", local))
         return false;
-    if (Matrix4d above; parent && ReadMatrix(read, parent, "worldMatrix", above)) {
-        if (!InvertTransform(above))
+    if (parent && HasChannel(parent, "worldMatrix")) {
+        Matrix4d above;
+        if (!ReadMatrix(read, parent, "worldMatrix", above) || !InvertTransform(above))
             return false;
         local.multiply(above);
     }
@@ -96,7 +90,7 @@ bool BakeJoint(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& writ
     if (failed(locator.transformItem(TransformKind::Rotation, &rotation))
         || !ReadInteger(read, rotation, "order", &order) || !ReadVector(read, rotation, "rot", current))
         return false;
-    local.get3x3(nine);
+    WithoutScale(local).get3x3(nine); // angles are those of the rotation alone
     if (succeeded(locator.rotationForChannels(read, nine, &turned[0][0]))) {
         MatrixToEuler(turned, static_cast<uint32_t>(order), angles);
         MatchEuler(current, angles, order);
@@ -127,7 +121,8 @@ void SetLock(const CZxUser_ChannelRead& read, const CZxUser_Item& item, MarkChan
     const CZxUser_StringTag tags(item);
     const bool sets =
         change == MarkChange::Set || (change == MarkChange::Toggle && tags.get(kLockTag) == nullptr);
-    tags.set(kLockTag, sets ? kLockMark : nullptr);
+    if (sets || tags.get(kLockTag))
+        tags.set(kLockTag, sets ? kLockMark : nullptr);
 }
 
 void SetPin(const CZxUser_Item& item, MarkChange change, const CZxUser_Item& toolItem, double time,

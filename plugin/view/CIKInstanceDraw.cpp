@@ -4,7 +4,6 @@
 #include "rig/ChannelReads.h"
 #include "rig/RigInstances.h"
 #include "rig/RigMath.h"
-#include "tool/PoseMath.h"
 #include "view/DrawingParts.h"
 
 #include <numbers>
@@ -74,8 +73,7 @@ double DistanceToChildJoint(const CZxUser_ChannelRead& read, const CZxUser_Item&
         double there[3];
         if (!ReadMatrix(read, child, "worldMatrix", nullptr, there))
             return 0;
-        const double apart[3] = {there[0] - place[0], there[1] - place[1], there[2] - place[2]};
-        return Length(apart);
+        return Distance(place, there);
     }
     return 0;
 }
@@ -84,6 +82,8 @@ void DrawLimits(const ItemDrawing& to, const CZxUser_Item& item)
 {
     if (!IsOn(to.read, item, "ikjEnableLimits") || !IsSelected(item))
         return;
+    // A joint whose parent or rest pose can't be read shows no limits, though the figure below is drawn in
+    // the joint's own frame.
     Matrix4d world, above;
     double rest[3];
     if (const CZxUser_Item parent = item.parent();

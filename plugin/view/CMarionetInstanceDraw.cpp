@@ -3,8 +3,8 @@
 #include "host/Services.h"
 #include "rig/ChannelReads.h"
 #include "rig/RigInstances.h"
+#include "rig/RigMath.h"
 #include "rig/RigQueries.h"
-#include "tool/PoseMath.h"
 #include "view/DrawingParts.h"
 
 using Sinew::Matrix4d;
@@ -32,7 +32,8 @@ struct ChainDrawing {
     {
         if (!parent || item.identifier() == solver)
             return true;
-        if (ikRefs.reverseCount(item) == 0)
+        uint32_t links = 0;
+        if (failed(ikRefs.call<&ZxItemGraphTable::reverseCount>(item.object(), &links)) || links == 0)
             return false;
         double from[3], end[3];
         if (!ReadMatrix(to.read, parent, "wposMatrix", nullptr, from)
@@ -67,8 +68,7 @@ void DrawSolver(const ItemDrawing& to, const CZxUser_Item& solver, const float* 
     if (!ikRefs || !first || !ReadMatrix(to.read, root, "wposMatrix", nullptr, from)
         || !ReadMatrix(to.read, first, "wposMatrix", nullptr, end))
         return;
-    const double apart[3] = {end[0] - from[0], end[1] - from[1], end[2] - from[2]};
-    const double distance = Length(apart);
+    const double distance = Distance(from, end);
     if (distance == 0)
         return;
     const Colour colour = {{rgb[0], rgb[1], rgb[2]}};

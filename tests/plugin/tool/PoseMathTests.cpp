@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The pose tool's arithmetic, checked by rebuilding what it says.
+#include "rig/RigMath.h"
+#include "tool/ChainFrame.h"
 #include "tool/PoseMath.h"
 
 #include "rig/RigMath.h"
