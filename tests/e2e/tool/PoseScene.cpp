@@ -72,12 +72,12 @@ std::vector<Item*> PoseScene::figure()
     return items;
 }
 
-double PoseScene::turnDegrees(std::string_view name, const Matrix33& from)
+double GestureScene::turnDegrees(std::string_view name, const Matrix33& from)
 {
     return turnDegreesBetween(from, rotation(name));
 }
 
-void PoseScene::pressAt(const Vector3& world, const char* gesture)
+void GestureScene::pressAt(const Vector3& world, const char* gesture)
 {
     refhost::Pixel pixel{};
     ASSERT_TRUE(tool().view().toScreen(world, pixel));
@@ -87,14 +87,14 @@ void PoseScene::pressAt(const Vector3& world, const char* gesture)
     ASSERT_TRUE(result.ok()) << gesture << ": " << result.message;
 }
 
-void PoseScene::moveTo(const Vector3& world)
+void GestureScene::moveTo(const Vector3& world)
 {
     refhost::Pixel pixel{};
     ASSERT_TRUE(tool().view().toScreen(world, pixel));
     moveBy(static_cast<int>(std::lround(pixel[0])) - m_X, static_cast<int>(std::lround(pixel[1])) - m_Y);
 }
 
-void PoseScene::moveBy(int dx, int dy)
+void GestureScene::moveBy(int dx, int dy)
 {
     m_X += dx;
     m_Y += dy;
@@ -102,13 +102,13 @@ void PoseScene::moveBy(int dx, int dy)
     ASSERT_TRUE(result.ok()) << result.message;
 }
 
-void PoseScene::release()
+void GestureScene::release()
 {
     const refhost::Result result = tool().release(m_X, m_Y);
     ASSERT_TRUE(result.ok()) << result.message;
 }
 
-void PoseScene::drag(std::string_view joint, const Vector3& by, const char* gesture, int moves)
+void GestureScene::drag(std::string_view joint, const Vector3& by, const char* gesture, int moves)
 {
     const Vector3 from = place(joint);
     press(joint, gesture);
@@ -119,26 +119,26 @@ void PoseScene::drag(std::string_view joint, const Vector3& by, const char* gest
     release();
 }
 
-void PoseScene::click(std::string_view joint, const char* gesture)
+void GestureScene::click(std::string_view joint, const char* gesture)
 {
     press(joint, gesture);
     release();
 }
 
-void PoseScene::clickNothing(const char* gesture)
+void GestureScene::clickNothing(const char* gesture)
 {
     pressAt({-1.4, 1.9, 0}, gesture);
     release();
 }
 
-std::vector<DrawElement> PoseScene::handles()
+std::vector<DrawElement> GestureScene::handles()
 {
     refhost::DrawingList list;
     tool().draw(list);
     return list.elements;
 }
 
-std::vector<DrawElement> PoseScene::drawn()
+std::vector<DrawElement> GestureScene::drawn()
 {
     refhost::DrawingList list;
     refhost::recordItems(scene(), tool().view(), list);

@@ -12,22 +12,14 @@ namespace e2e {
 using refhost::DrawElement;
 using refhost::DrawKind;
 
-/// A hierarchy of locators without a rig, 1.75 high and seen from the front: `Hips` with `Spine`, `Chest`,
-/// `Neck`, `Head`, and on either side `Arm`, `ForeArm`, `Hand` and `UpLeg`, `Leg`, `Foot`, named as
-/// `LeftHand`. The tool is in use and `Hips` is selected; the scene is out of setup mode.
-class PoseScene : public CommandScene {
+/// A scene that the tool works in by gestures. Each has to work; `gesture` is one of the host's names.
+class GestureScene : public CommandScene {
 public:
-    PoseScene();
-
     refhost::ToolHost& tool() { return refhost::ToolHost::of(host); }
-    /// Joints of the figure in order of the hierarchy.
-    std::vector<Item*> figure();
     Vector3 place(std::string_view name) { return matrix(item(name), "wposMatrix").offset; }
+    Matrix33 rotation(std::string_view name) { return matrix(item(name), "wrotMatrix").linear; }
     /// Turn of a joint from one world rotation to the one that is shown; degrees.
     double turnDegrees(std::string_view name, const Matrix33& from);
-    Matrix33 rotation(std::string_view name) { return matrix(item(name), "wrotMatrix").linear; }
-
-    // Gestures, which have to work; `gesture` is one of the host's names
 
     void press(std::string_view joint, const char* gesture) { pressAt(place(joint), gesture); }
     void pressAt(const Vector3& world, const char* gesture);
@@ -46,10 +38,21 @@ public:
     std::vector<DrawElement> handles();
     std::vector<DrawElement> drawn();
 
-    static constexpr double kHeight = 1.75;
-
 private:
     int m_X = 0, m_Y = 0;
+};
+
+/// A hierarchy of locators without a rig, 1.75 high and seen from the front: `Hips` with `Spine`, `Chest`,
+/// `Neck`, `Head`, and on either side `Arm`, `ForeArm`, `Hand` and `UpLeg`, `Leg`, `Foot`, named as
+/// `LeftHand`. The tool is in use and `Hips` is selected; the scene is out of setup mode.
+class PoseScene : public GestureScene {
+public:
+    PoseScene();
+
+    /// Joints of the figure in order of the hierarchy.
+    std::vector<Item*> figure();
+
+    static constexpr double kHeight = 1.75;
 };
 
 double distance(const Vector3& a, const Vector3& b);
