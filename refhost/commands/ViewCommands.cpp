@@ -47,7 +47,8 @@ Result pixelArgument(const Arguments& arguments, int index, int& out)
 
 std::string vectorText(const Vector3& v)
 {
-    return numberText(v[0]) + ' ' + numberText(v[1]) + ' ' + numberText(v[2]);
+    // Adding 0 takes the sign off a zero.
+    return numberText(v[0] + 0.0) + ' ' + numberText(v[1] + 0.0) + ' ' + numberText(v[2] + 0.0);
 }
 
 void printView(const Invocation& invocation, const View& view)
