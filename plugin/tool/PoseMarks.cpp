@@ -161,20 +161,18 @@ void SetPin(const CZxUser_Item& item, MarkChange change, const CZxUser_Item& too
     if (change == MarkChange::Toggle)
         change = IsOn(read, item, "ikptEnable") ? MarkChange::Clear : MarkChange::Set;
     if (change == MarkChange::Clear) {
-        BakeToRoot(item, toolItem);
+        // The pose from before the goal was keyed above, which by itself lets the solver find another one.
+        BakeToRoot(read, item, toolItem);
         switches.key(write, false);
     } else {
         switches.key(write, true);
-        BakeToRoot(item, toolItem);
+        BakeToRoot(scene.channelRead(nullptr, CurrentTime()), item, toolItem);
     }
 }
 
-void BakeToRoot(const CZxUser_Item& item, const CZxUser_Item& toolItem)
+void BakeToRoot(const CZxUser_ChannelRead& read, const CZxUser_Item& item, const CZxUser_Item& toolItem)
 {
-    const double time = CurrentTime();
-    const CZxUser_Scene scene = sceneOf(item);
-    const CZxUser_ChannelRead read = scene.channelRead(nullptr, time);
-    const CZxUser_ChannelWrite write = scene.channelWrite("edit", time);
+    const CZxUser_ChannelWrite write = sceneOf(item).channelWrite("edit", CurrentTime());
     const uint64_t last = toolItem ? toolItem.identifier() : 0;
     for (CZxUser_Item current = item; current;) {
         const CZxUser_Item parent = current.parent();

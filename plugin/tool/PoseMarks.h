@@ -20,6 +20,6 @@ void SetLock(const CZxUser_ChannelRead& read, const CZxUser_Item& item, MarkChan
 /// host's failure.
 void SetPin(const CZxUser_Item& item, MarkChange change, const CZxUser_Item& toolItem, double time,
             uint32_t solverType);
-/// Keys the transform channels of the item and of those above it, up to `toolItem`, at the pose that shows
-/// now. Throws the host's failure.
-void BakeToRoot(const CZxUser_Item& item, const CZxUser_Item& toolItem);
+/// Keys the transform channels of the item and of those above it, up to `toolItem`, at the pose that `read`
+/// shows. Throws the host's failure.
+void BakeToRoot(const CZxUser_ChannelRead& read, const CZxUser_Item& item, const CZxUser_Item& toolItem);

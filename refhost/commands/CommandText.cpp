@@ -2,6 +2,8 @@
 // Words, quotes and comments of a command line; numbers that read back as they were.
 #include "commands/CommandText.h"
 
+#include "scene/ExactText.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -232,13 +234,6 @@ std::optional<bool> booleanFromText(std::string_view text)
     return std::nullopt;
 }
 
-std::string numberText(double value)
-{
-    char text[32];
-    const auto result = std::to_chars(text, text + sizeof text, value);
-    return {text, result.ptr};
-}
-
 std::string quotedWhereNeeded(std::string_view text)
 {
     bool plain = !text.empty() && text.front() != '"' && text.front() != '\'' && text.front() != '#';
@@ -277,8 +272,8 @@ std::string matrixRowText(const Matrix34& matrix, int row)
         return "0 0 0 1";
     std::string text;
     for (int column = 0; column < 3; ++column)
-        text += numberText(matrix.linear[row][column]) + ' ';
-    return text + numberText(matrix.offset[static_cast<std::size_t>(row)]);
+        text += exactText(matrix.linear[row][column]) + ' ';
+    return text + exactText(matrix.offset[static_cast<std::size_t>(row)]);
 }
 
 } // namespace refhost

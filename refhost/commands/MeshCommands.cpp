@@ -5,6 +5,7 @@
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/Mesh.h"
+#include "scene/ExactText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,7 +32,7 @@ Result indicesArgument(const Arguments& arguments, int index, std::size_t group,
         return result;
     for (const double number : numbers) {
         if (!(number >= 0 && number < static_cast<double>(limit) && number == std::floor(number)))
-            return Result::failure("'" + arguments.spec(index).name + "' has " + numberText(number)
+            return Result::failure("'" + arguments.spec(index).name + "' has " + exactText(number)
                                    + ", but there are " + std::to_string(limit) + " points, from 0 on.");
         out.push_back(static_cast<std::uint32_t>(number));
     }
@@ -104,7 +105,7 @@ Result bindMesh(Invocation& invocation)
     if (!mesh)
         return Result::failure("'" + item.label() + "' has no geometry that could be bound.");
     if (!(weight >= 0))
-        return Result::failure("'weight' is " + numberText(weight) + ", but has to be 0 or more.");
+        return Result::failure("'weight' is " + exactText(weight) + ", but has to be 0 or more.");
     MeshData data = mesh->data();
     const ResultOf<std::uint32_t> map = mapOf(*invocation.scene(), data, item, *arguments.item(1));
     if (!map.ok())

@@ -8,6 +8,7 @@
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/ToolHost.h"
+#include "scene/ExactText.h"
 
 #include <cmath>
 
@@ -48,7 +49,7 @@ Result printTools(Invocation& invocation)
         if (name != tools.inUse())
             continue;
         for (const ToolAttribute& attribute : tools.attributes())
-            invocation.print("  " + attribute.name + " " + numberText(tools.attribute(attribute.name).value));
+            invocation.print("  " + attribute.name + " " + exactText(tools.attribute(attribute.name).value));
     }
     return {};
 }

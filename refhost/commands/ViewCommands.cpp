@@ -7,6 +7,7 @@
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/ToolHost.h"
+#include "scene/ExactText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -48,7 +49,7 @@ Result pixelArgument(const Arguments& arguments, int index, int& out)
 std::string vectorText(const Vector3& v)
 {
     // Adding 0 takes the sign off a zero.
-    return numberText(v[0] + 0.0) + ' ' + numberText(v[1] + 0.0) + ' ' + numberText(v[2] + 0.0);
+    return exactText(v[0] + 0.0) + ' ' + exactText(v[1] + 0.0) + ' ' + exactText(v[2] + 0.0);
 }
 
 void printView(const Invocation& invocation, const View& view)
@@ -70,7 +71,7 @@ void printView(const Invocation& invocation, const View& view)
     }
     invocation.print(std::string(camera) + ", " + kUpNames[static_cast<int>(choice.up)] + " up, "
                      + std::to_string(view.width) + " x " + std::to_string(view.height) + " pixels, shows "
-                     + numberText(view.size) + " around " + vectorText(view.target) + " along "
+                     + exactText(view.size) + " around " + vectorText(view.target) + " along "
                      + vectorText(direction));
 }
 
@@ -95,7 +96,7 @@ Result setView(Invocation& invocation)
     }
     const double size = arguments.number(5, view.size);
     if (!(size > 0))
-        return Result::failure("'size' is " + numberText(size) + ", but has to be above 0.");
+        return Result::failure("'size' is " + exactText(size) + ", but has to be above 0.");
     if (ToolHost::of(host).isPressed())
         return Result::failure("A button is down in the view. Release it first.");
     bool any = false;
@@ -157,7 +158,7 @@ std::string elementText(const Scene& scene, const DrawElement& element)
         + kDrawKindNames[static_cast<int>(element.kind)];
     if (element.vertices.empty())
         text += " at " + vectorText(transformPoint(element.transform, element.centre)) + ", radius "
-            + numberText(element.radius);
+            + exactText(element.radius);
     for (const Vector3& vertex : element.vertices.empty() ? std::vector<Vector3>{} : worldOutline(element))
         text += " (" + vectorText(vertex) + ")";
     return text;

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <refhost/Host.h>
 #include <refhost/Modules.h>
+#include <refhost/Transforms.h>
 #include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
@@ -218,18 +219,10 @@ void solveSmallRig(refhost::Host& host)
     std::vector<Pose> pose(bones.size());
     for (int frame = 0; frame < 3; ++frame)
         solver->solve({&goal, 1}, pose);
-    // Forward kinematics of the answer.
-    const auto rotate = [](const std::array<double, 4>& q, const std::array<double, 3>& v) {
-        const std::array<double, 3> t = {2 * (q[1] * v[2] - q[2] * v[1]), 2 * (q[2] * v[0] - q[0] * v[2]),
-                                         2 * (q[0] * v[1] - q[1] * v[0])};
-        return std::array<double, 3>{v[0] + q[3] * t[0] + q[1] * t[2] - q[2] * t[1],
-                                     v[1] + q[3] * t[1] + q[2] * t[0] - q[0] * t[2],
-                                     v[2] + q[3] * t[2] + q[0] * t[1] - q[1] * t[0]};
-    };
-    std::array<double, 3> hand = rotate(pose[1].rotation, bones[2].restTranslation);
-    for (std::size_t a = 0; a < 3; ++a)
-        hand[a] += bones[1].restTranslation[a];
-    hand = rotate(pose[0].rotation, hand);
+    const refhost::Vector3 hand = refhost::transformPoint(
+        refhost::Matrix34{refhost::matrixFromQuaternion(pose[0].rotation), bones[0].restTranslation}
+            * refhost::Matrix34{refhost::matrixFromQuaternion(pose[1].rotation), bones[1].restTranslation},
+        bones[2].restTranslation);
     const double distance = std::hypot(hand[0] - goal.translation[0], hand[1] - goal.translation[1],
                                        hand[2] - goal.translation[2]);
     if (!(distance < 0.01))

@@ -15,7 +15,7 @@
 namespace formats {
 struct BvhMotion;
 struct Gltf;
-}
+} // namespace formats
 
 namespace refhost {
 

@@ -171,3 +171,74 @@ TEST(DragTests, ADragWritesValuesAndKeysOnlyWhatIsKeyed)
     EXPECT_EQ(keys("LeftForeArm", "rot.X"), 0u);
     EXPECT_EQ(keys("LeftArm", "rot.Y"), 0u);
 }
+
+TEST(DragTests, AnglesGoOnPastHalfATurnInEveryRotationOrder)
+{
+    for (int order = 0; order < 6; ++order) {
+        SCOPED_TRACE(order);
+        // The axis in the middle can't go past a quarter turn but by a jump of the others.
+        const bool isMiddle = order == 2 || order == 4;
+        PoseScene scene;
+        Item& turned = scene.locator("Turned", &scene.item("Hips"), at({0.4, 0.5, 0}));
+        scene.locator("Tip", &turned, at({0.2, 0, 0}));
+        Item& angles = *turned.transformItem(refhost::TransformKind::Rotation);
+        scene.set(angles, "order", order);
+        scene.set(angles, "rot", Vector3{0.1, 0.2, 0.3});
+        Vector3 before = scene.vector(angles, "rot");
+        for (int n = 0; n < 5; ++n) {
+            const Matrix33 from = scene.rotation("Turned");
+            scene.press("Turned", "rotate");
+            scene.moveBy(200, 0); // 50 degrees
+            scene.release();
+            EXPECT_NEAR(scene.turnDegrees("Turned", from), 50, 0.5);
+            const Vector3 after = scene.vector(angles, "rot");
+            for (std::size_t a = 0; a < 3 && !isMiddle; ++a)
+                EXPECT_LT(std::fabs(after[a] - before[a]), 1.2) << "rot."
+                                                                << "XYZ"[a] << " in drag " << n;
+            before = after;
+        }
+        if (!isMiddle) {
+            EXPECT_GT(before[0], 3.5) << "250 degrees about x";
+        }
+    }
+}
+
+TEST(DragTests, SettingsOfJointsCountInADrag)
+{
+    PoseScene scene;
+    scene.run({"scene.setup on:true", "ikfb.assign", "channel.set LeftForeArm ikjEnableLimits 1",
+               "channel.set RightArm ikjActive 0", "channel.set RightForeArm ikAxisXRotEnable 0",
+               "channel.set RightForeArm ikAxisYRotEnable 0"});
+    for (const char* axis : {"X", "Y", "Z"}) {
+        const std::string name = std::string("ikAxis") + axis;
+        scene.set(scene.item("LeftForeArm"), name + "Limits", 1);
+        scene.set(scene.item("LeftForeArm"), name + "Min", -0.1);
+        scene.set(scene.item("LeftForeArm"), name + "Max", 0.1);
+    }
+    scene.run({"scene.setup on:false", "select.set Hips"});
+    const auto local = [&](const char* name) {
+        return std::vector<Matrix34>{{scene.matrix(scene.item(name), "localMatrix").linear, {}}};
+    };
+    const auto elbow = local("LeftForeArm"), shoulder = local("RightArm"), other = local("RightForeArm");
+    scene.drag("LeftHand", {-0.25, 0.3, 0});
+    scene.drag("RightHand", {0.1, 0.3, 0});
+    EXPECT_LT(largestTurnDegrees(local("LeftForeArm"), elbow), 10) << "0.1 radians about each axis";
+    EXPECT_LT(largestTurnDegrees(local("RightArm"), shoulder), 1e-3) << "it takes no part";
+    const Matrix33 turn = transposed(other[0].linear) * local("RightForeArm")[0].linear;
+    EXPECT_GT(largestTurnDegrees(local("RightForeArm"), other), 2);
+    EXPECT_NEAR(turn.m[2][2], 1, 1e-4) << "it turns about its z axis alone";
+}
+
+TEST(DragTests, SelectingAJointOfTheFigureKeepsItsTopAndAnotherFigureTakesItsPlace)
+{
+    PoseScene scene;
+    const std::size_t all = scene.handles().size();
+    scene.run("select.set LeftHand");
+    EXPECT_EQ(scene.handles().size(), all);
+    const Vector3 start = scene.place("LeftHand"), by = {-0.2, 0.35, 0};
+    scene.drag("LeftHand", by);
+    EXPECT_LT(distance(scene.place("LeftHand"), start + by), kRest + kPixel)
+        << "the chain still reaches its top";
+    scene.run({"item.create name:Other", "item.create name:Tip parent:Other", "select.set Other"});
+    EXPECT_EQ(scene.handles().size(), 2u);
+}
