@@ -48,7 +48,8 @@ Result pixelArgument(const Arguments& arguments, int index, int& out)
 
 std::string vectorText(const Vector3& v)
 {
-    return exactText(v[0]) + ' ' + exactText(v[1]) + ' ' + exactText(v[2]);
+    // Adding 0 takes the sign off a zero.
+    return exactText(v[0] + 0.0) + ' ' + exactText(v[1] + 0.0) + ' ' + exactText(v[2] + 0.0);
 }
 
 void printView(const Invocation& invocation, const View& view)
