@@ -70,6 +70,7 @@ public:
     }
 
     const RestJoint& joint(int index) const { return m_Joints[static_cast<std::size_t>(index)]; }
+    const formats::JointRole& role(int index) const { return m_Roles.joints[static_cast<std::size_t>(index)]; }
     int find(Role role, Side side = Side::Middle) const { return m_Roles.find(role, side); }
     std::optional<Vector3> position(Role role, Side side = Side::Middle) const
     {
@@ -157,14 +158,18 @@ public:
     RetargetFit run()
     {
         scales();
+        if (m_Known)
+            m_TrunkTurn = trunkTurn();
         for (const MapPair& pair : m_Map.pairs) {
             const Matrix33 rest = turnOf(pair) * m_Source->joint(pair.source).rotation;
             m_Fit.offsets.push_back(transposed(rest) * m_Target->joint(pair.target).rotation);
             m_Fit.goalShifts.push_back(transposed(rest) * goalShift(pair));
         }
-        if (m_Known)
+        if (m_Known) {
+            fitTrunk();
             for (const Side side : {Side::Left, Side::Right})
                 fitArm(side);
+        }
         return std::move(m_Fit);
     }
 
@@ -226,10 +231,9 @@ private:
             return {};
         const Side side = pair.role.side;
         switch (pair.role.role) {
-        case Role::Spine: {
-            const auto s = trunk(*m_Source), t = trunk(*m_Target);
-            return s && t ? shortestTurn(*s, *t) : Matrix33{};
-        }
+        case Role::Spine:
+        case Role::Clavicle:
+            return m_TrunkTurn;
         case Role::Neck:
             return alike(Role::Neck, Role::Head, Side::Middle);
         case Role::UpperArm:
@@ -269,6 +273,39 @@ private:
         return hips && shoulders ? std::optional(minus(*shoulders, *hips)) : std::nullopt;
     }
 
+    /// The lowest spine joint of the target that the source drives; -1 without one.
+    int firstSpine() const
+    {
+        const MapPair* pair = spinePair(false);
+        return pair ? pair->target : -1;
+    }
+    const MapPair* spinePair(bool last) const
+    {
+        const MapPair* found = nullptr;
+        for (const MapPair& pair : m_Map.pairs)
+            if (pair.role.role == Role::Spine
+                && (!found || (pair.role.index > found->role.index) == last))
+                found = &pair;
+        return found;
+    }
+    /// Turns the trunk of the source at rest so that hips to shoulders point as the target's do, the first
+    /// stretch staying as it is: with h from the target's hips to its first driven spine joint and r from
+    /// there to the shoulders, A^-1 r = m d - h, where d is the source's direction and m as long as it takes.
+    Matrix33 trunkTurn() const
+    {
+        const auto s = trunk(*m_Source), t = trunk(*m_Target);
+        const int first = firstSpine();
+        if (!s || !t || first < 0)
+            return {};
+        const Vector3 h = minus(m_Target->joint(first).position, *m_Target->centre(Role::UpperLeg));
+        const Vector3 r = minus(*t, h), d = unit(*s);
+        // |m d - h| = |r|
+        const double along = dot(h, d), under = along * along - dot(h, h) + dot(r, r);
+        if (!(under > 0))
+            return shortestTurn(*s, *t);
+        return shortestTurn(minus(times(d, along + std::sqrt(under)), h), r);
+    }
+
     /// World shift at rest that a position goal needs: hips so that the hip joints meet, feet so that the
     /// soles do.
     Vector3 goalShift(const MapPair& pair) const
@@ -286,6 +323,45 @@ private:
         return {};
     }
 
+    /// Where a point of the target's trunk comes to lie while the source rests, from between the hip joints.
+    Vector3 posed(const Vector3& point) const
+    {
+        const Vector3 hips = *m_Target->centre(Role::UpperLeg);
+        const int first = firstSpine();
+        const Vector3 pivot = first < 0 ? hips : m_Target->joint(first).position;
+        return plus(minus(pivot, hips), transposed(m_TrunkTurn) * minus(point, pivot));
+    }
+
+    /// With a from between the source's hip joints to its first spine joint and b from there to its chest,
+    /// the scale k of the trunk makes |a + k b| as long as it is in the target.
+    void fitTrunk()
+    {
+        const MapPair *low = spinePair(false), *high = spinePair(true);
+        const auto hips = m_Source->centre(Role::UpperLeg);
+        if (!low || low == high || !hips || !m_Target->centre(Role::UpperLeg))
+            return;
+        m_Fit.trunk.chest = posed(m_Target->joint(high->target).position);
+        const Vector3 a = minus(m_Source->joint(low->source).position, *hips);
+        const Vector3 b = minus(m_Source->joint(high->source).position, m_Source->joint(low->source).position);
+        const double wanted = length(m_Fit.trunk.chest) / m_Fit.scale;
+        const double bb = dot(b, b), ab = dot(a, b);
+        const double under = ab * ab - bb * (dot(a, a) - wanted * wanted);
+        const double scale = bb > 0 && under > 0 ? (std::sqrt(under) - ab) / bb : 0;
+        if (!(scale > 0.1) || !(scale < 10))
+            return;
+        m_Fit.trunk.first = low->source;
+        m_Fit.trunk.firstTarget = low->target;
+        m_Fit.trunk.scale = scale;
+        m_Fit.trunk.chestPair = static_cast<int>(high - m_Map.pairs.data());
+    }
+
+    /// Length of a bone, target to source.
+    double boneRatio(Role from, Role to, Side side) const
+    {
+        const auto s = m_Source->direction(from, to, side), t = m_Target->direction(from, to, side);
+        return s && t ? length(*t) / length(*s) : m_Fit.armScale;
+    }
+
     void fitArm(Side side)
     {
         const int source = m_Source->find(Role::UpperArm, side);
@@ -293,15 +369,14 @@ private:
         const auto hipsS = m_Source->centre(Role::UpperLeg), hipsT = m_Target->centre(Role::UpperLeg);
         if (source < 0 || target < 0 || !hipsS || !hipsT)
             return;
+        const double upper = boneRatio(Role::UpperArm, Role::LowerArm, side);
+        const double lower = boneRatio(Role::LowerArm, Role::Hand, side);
         ArmFit arm;
         arm.upperArm = source;
-        arm.scale = m_Fit.armScale / m_Fit.scale;
-        // Where the shoulder comes to lie when the trunk points as the target's does.
-        const auto s = trunk(*m_Source), t = trunk(*m_Target);
-        const Matrix33 turn = s && t ? shortestTurn(*s, *t) : Matrix33{};
-        const Vector3 now = turn * minus(m_Source->joint(source).position, *hipsS);
-        const Vector3 wanted = times(minus(m_Target->joint(target).position, *hipsT), 1 / m_Fit.scale);
-        arm.shift = transposed(turn) * minus(wanted, now);
+        arm.lowerArm = m_Source->find(Role::LowerArm, side);
+        arm.scale = upper / m_Fit.scale / m_Fit.trunk.scale;
+        arm.lowerScale = lower / upper;
+        arm.shoulder = posed(m_Target->joint(target).position);
         m_Fit.arms.push_back(arm);
     }
 
@@ -309,6 +384,7 @@ private:
     Frame m_Axes;
     const JointMap& m_Map;
     std::optional<Body> m_Source, m_Target;
+    Matrix33 m_TrunkTurn;
     double m_SourceAnkle = 0, m_TargetAnkle = 0;
     RetargetFit m_Fit;
 };

@@ -26,9 +26,19 @@ struct RestFigure {
 
 /// An arm of the source made as long as the target's, and its shoulder put where the target's is.
 struct ArmFit {
-    int upperArm = -1; ///< source joint
-    double scale = 1; ///< of everything below the shoulder
-    refhost::Vector3 shift{}; ///< of the shoulder at rest, target axes and source units
+    int upperArm = -1, lowerArm = -1; ///< source joints
+    double scale = 1; ///< of everything below the shoulder, on top of that of the whole source
+    double lowerScale = 1; ///< on top of that, of everything below the elbow
+    refhost::Vector3 shoulder{}; ///< at rest from between the hip joints, target axes and size
+};
+
+/// The trunk of the source made as long as the target's.
+struct TrunkFit {
+    int first = -1; ///< source joint; -1 leaves the trunk as it is
+    double scale = 1; ///< of everything above it, on top of that of the whole source
+    int chestPair = -1; ///< the last pair of the spine, in the map
+    int firstTarget = -1; ///< the lowest spine joint of the target that is driven
+    refhost::Vector3 chest{}; ///< where the target's chest is to lie, as ArmFit::shoulder
 };
 
 struct RetargetFit {
@@ -40,6 +50,7 @@ struct RetargetFit {
     /// For each pair the shift of a position goal in the source joint's frame, target units.
     std::vector<refhost::Vector3> goalShifts;
     std::vector<ArmFit> arms;
+    TrunkFit trunk;
     double legScale = 1, armScale = 1; ///< target to source
     double height = 1; ///< of the target, from the lowest to the highest joint
     std::vector<std::string> notes;

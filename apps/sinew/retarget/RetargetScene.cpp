@@ -3,6 +3,7 @@
 // rests give in the place of quarter turns.
 #include "retarget/RetargetScene.h"
 
+#include "retarget/SourceBake.h"
 #include "retarget/Vectors.h"
 #include "shared/Console.h"
 
@@ -22,9 +23,9 @@ using refhost::Item;
 using refhost::Matrix34;
 using refhost::TransformKind;
 
-// Orientations of joints between position goals give way to the goals.
-constexpr double kLimbWeight = 0.3;
-constexpr double kHandWeight = 1, kFootWeight = 4, kHipsWeight = 4;
+// Orientations of joints between position goals give way to the goals of feet and hips.
+constexpr double kLimbWeight = 1;
+constexpr double kHandWeight = 1, kFootWeight = 4;
 constexpr double kSpeed = 30; // hundredths of a radian in an iteration: frames may be far apart
 
 std::size_t at(int index) { return static_cast<std::size_t>(index); }
@@ -33,6 +34,17 @@ void expect(const refhost::Result& result)
 {
     if (!result.ok())
         throw std::runtime_error("the scene could not be built: " + result.message);
+}
+
+/// Between the hip joints; the origin where there are none.
+Vector3 hipCentre(const RestFigure& figure)
+{
+    const formats::HumanoidRoles& roles = figure.file->roles;
+    const int left = roles.find(Role::UpperLeg, formats::Side::Left);
+    const int right = roles.find(Role::UpperLeg, formats::Side::Right);
+    if (left < 0 || right < 0)
+        return {};
+    return times(plus(figure.joints[at(left)].position, figure.joints[at(right)].position), 0.5);
 }
 
 bool isLimb(Role role)
@@ -57,11 +69,11 @@ RetargetScene::RetargetScene(refhost::Host& host, const FigureFile& source, cons
     import(source, target);
     findRig();
     normalise();
+    bakeSource();
     m_SourceRest = restOf(source, m_SourceItems);
     m_TargetRest = restOf(target, m_TargetItems);
     m_Fit = fitFigures(m_SourceRest, m_TargetRest, m_Map);
     layOver();
-    m_SourceRest = restOf(source, m_SourceItems);
     rig();
     pair();
     tune();
@@ -140,6 +152,19 @@ void RetargetScene::set(Item& item, const std::string& name, double value)
     expect(m_Scene.writeNumber(*channel, Action::Setup, 0, value, refhost::WriteMode::Plain));
 }
 
+/// Source joints that nothing of the target stands for still move those around them.
+void RetargetScene::bakeSource()
+{
+    m_SourceRest = restOf(m_SourceFile, m_SourceItems);
+    std::vector<double> times(m_FrameCount);
+    for (std::size_t i = 0; i < times.size(); ++i)
+        times[i] = seconds(i);
+    run("scene.setup on:false");
+    m_Drivers = bakeSkippedJoints(m_Scene, m_SourceRest, m_SourceItems, m_Map, times);
+    run("scene.setup on:true");
+    expect(m_Host.setTime(0));
+}
+
 Item* RetargetScene::transformItem(Item& item, TransformKind kind)
 {
     const auto made = m_Scene.addTransformItem(item, kind);
@@ -162,29 +187,51 @@ void RetargetScene::layOver()
     }
     for (Item* root : m_SourceRoots)
         expect(m_Scene.setParent(*root, space.value));
+    for (Item* driver : m_Drivers)
+        if (!driver->parent())
+            expect(m_Scene.setParent(*driver, space.value));
+    if (m_Fit.trunk.first >= 0)
+        scaleItem(m_Fit.trunk.first, m_Fit.trunk.scale);
+    for (const ArmFit& arm : m_Fit.arms) {
+        scaleItem(arm.upperArm, arm.scale);
+        scaleItem(arm.lowerArm, arm.lowerScale);
+    }
+    m_SourceRest = restOf(m_SourceFile, m_SourceItems);
     for (const ArmFit& arm : m_Fit.arms)
-        fitArm(arm);
+        placeShoulder(arm, hipCentre(m_SourceRest));
+    m_SourceRest = restOf(m_SourceFile, m_SourceItems);
     expect(step.commit());
 }
 
-void RetargetScene::fitArm(const ArmFit& arm)
+void RetargetScene::scaleItem(int source, double scale)
+{
+    Item* size = transformItem(*m_SourceItems[at(source)], TransformKind::Scale);
+    for (const char axis : {'X', 'Y', 'Z'})
+        set(*size, std::string("scl.") + axis, scale);
+}
+
+void RetargetScene::placeShoulder(const ArmFit& arm, const Vector3& hips)
 {
     Item& shoulder = *m_SourceItems[at(arm.upperArm)];
-    Item* size = transformItem(shoulder, TransformKind::Scale);
-    Item* place = transformItem(shoulder, TransformKind::Position);
-    Matrix34 parent;
-    refhost::Evaluation::of(m_Scene).matrix(*shoulder.parent()->channel("wrotMatrix"), 0, parent);
-    const Vector3 shift = refhost::transposed(parent.linear) * arm.shift;
+    Matrix34 position, rotation, scale;
+    refhost::Evaluation& evaluation = refhost::Evaluation::of(m_Scene);
+    evaluation.matrix(*shoulder.parent()->channel("wposMatrix"), 0, position);
+    evaluation.matrix(*shoulder.parent()->channel("wrotMatrix"), 0, rotation);
+    evaluation.matrix(*shoulder.parent()->channel("wsclMatrix"), 0, scale);
+    const Vector3 place =
+        refhost::transposed(rotation.linear) * minus(plus(hips, arm.shoulder), position.offset);
+    Item* local = transformItem(shoulder, TransformKind::Position);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        set(*size, std::string("scl.") + "XYZ"[axis], arm.scale);
-        shiftChannel(*place->channel(std::string("pos.") + "XYZ"[axis]), shift[axis]);
+        const int a = static_cast<int>(axis);
+        moveChannel(*local->channel(std::string("pos.") + "XYZ"[axis]), place[axis] / scale.linear[a][a]);
     }
 }
 
-void RetargetScene::shiftChannel(Channel& channel, double by)
+/// Gives a channel another rest value; keys move along.
+void RetargetScene::moveChannel(Channel& channel, double to)
 {
-    const double rest = channel.number(refhost::Layer::Setup, 0);
-    expect(m_Scene.writeNumber(channel, Action::Setup, 0, rest + by, refhost::WriteMode::Plain));
+    const double by = to - channel.number(refhost::Layer::Setup, 0);
+    expect(m_Scene.writeNumber(channel, Action::Setup, 0, to, refhost::WriteMode::Plain));
     std::vector<refhost::Key> keys = channel.keys(refhost::Layer::Anim).keys();
     if (keys.empty())
         return;
@@ -271,11 +318,23 @@ void RetargetScene::rig()
             m_Solver = child;
 }
 
+Vector3 RetargetScene::goalShift(std::size_t pair)
+{
+    if (static_cast<int>(pair) != m_Fit.trunk.chestPair)
+        return m_Fit.goalShifts[pair];
+    const RestJoint& chest = m_SourceRest.joints[at(m_Map.pairs[pair].source)];
+    const Vector3 wanted = plus(hipCentre(m_SourceRest), m_Fit.trunk.chest);
+    return refhost::transposed(chest.rotation) * minus(wanted, chest.position);
+}
+
 bool RetargetScene::hasGoal(const MapPair& pair) const
 {
     const Role role = pair.role.role;
     if (role == Role::Hand || role == Role::Foot)
         return m_Settings.positions;
+    if (m_Settings.positions && m_Fit.trunk.chestPair >= 0
+        && &pair == &m_Map.pairs[at(m_Fit.trunk.chestPair)])
+        return true;
     const bool hips = std::any_of(m_Map.pairs.begin(), m_Map.pairs.end(),
                                   [](const MapPair& other) { return other.role.role == Role::Hips; });
     return hips ? role == Role::Hips : pair.target == m_RigJoints.front();
@@ -286,7 +345,7 @@ void RetargetScene::pair()
     for (std::size_t i = 0; i < m_Map.pairs.size(); ++i) {
         const MapPair& pair = m_Map.pairs[i];
         const std::string items =
-            fmt::format("ikfb.retarget itemS:#{} itemT:#{}", m_SourceItems[at(pair.source)]->id(),
+            fmt::format("ikfb.retarget itemS:#{} itemT:#{}", m_Drivers[i]->id(),
                         itemOf(pair.target)->id());
         run(items + " type:0");
         refhost::Step step(m_Scene.journal(), "write the offset of matched rests");
@@ -295,8 +354,9 @@ void RetargetScene::pair()
             set(*itemOf(pair.target), std::string("ikotOffset.") + "XYZ"[axis], angles[axis]);
         expect(step.commit());
         if (hasGoal(pair)) {
-            run(items + " type:1");
-            m_Goals.push_back({pair.source, pair.target, pair.role, m_Fit.goalShifts[i]});
+            run(fmt::format("ikfb.retarget itemS:#{} itemT:#{} type:1", m_SourceItems[at(pair.source)]->id(),
+                            itemOf(pair.target)->id()));
+            m_Goals.push_back({pair.source, pair.target, pair.role, goalShift(i)});
         }
     }
 }
@@ -311,15 +371,11 @@ void RetargetScene::tune()
     set(*m_Solver, "iksSolveContinuous", 1);
     set(*m_Solver, "iksRetargetGain", 0);
     set(*itemOf(m_RigJoints.back()), "ikjRetargeting", 1);
-    if (std::getenv("RT_PULL"))
-        set(*m_Solver, "iksTaskPull", atof(std::getenv("RT_PULL")));
-    if (std::getenv("RT_PREC"))
-        set(*m_Solver, "iksPrecision", atof(std::getenv("RT_PREC")));
     std::vector<bool> paired(m_InRig.size());
     for (const MapPair& pair : m_Map.pairs) {
         paired[at(pair.target)] = true;
         if (isLimb(pair.role.role) && m_Settings.positions)
-            set(*itemOf(pair.target), "ikotWeight", std::getenv("RT_LIMB") ? atof(std::getenv("RT_LIMB")) : kLimbWeight);
+            set(*itemOf(pair.target), "ikotWeight", kLimbWeight);
     }
     for (const int joint : m_RigJoints) {
         set(*itemOf(joint), "ikjMaxVelocity", kSpeed);
@@ -338,18 +394,19 @@ void RetargetScene::tuneGoal(const PositionGoal& goal)
     for (std::size_t axis = 0; axis < 3; ++axis)
         set(item, std::string("ikptOffset.") + "XYZ"[axis], goal.shift[axis]);
     const Role role = goal.role.role;
-    double w = std::getenv("RT_POS") ? atof(std::getenv("RT_POS")) : 1;
     set(item, "ikptWeight",
-        w * (role == Role::Hand       ? kHandWeight
-            : role == Role::Foot ? kFootWeight
-                                 : kHipsWeight));
-    if (role != Role::Hand && role != Role::Foot)
-        return;
-    // A hand moves its arm and a foot its leg; the rest of the figure is the hips' and the trunk's business.
-    const Role upper = role == Role::Hand ? Role::UpperArm : Role::UpperLeg;
+        role == Role::Foot || role == Role::Hips || role == Role::Root ? kFootWeight : kHandWeight);
+    // A hand moves its arm and a foot its leg, the chest bends the spine; all else is the hips' business.
+    const auto isTop = [&](int joint) {
+        const Role here = m_TargetFile.roles.joints[at(joint)].role;
+        return role == Role::Hand ? here == Role::UpperArm
+            : role == Role::Foot  ? here == Role::UpperLeg
+            : role == Role::Spine ? joint == m_Fit.trunk.firstTarget
+                                  : false;
+    };
     int depth = 1;
     for (int joint = goal.target; joint >= 0 && m_InRig[at(joint)]; joint = parentOf(joint), ++depth)
-        if (m_TargetFile.roles.joints[at(joint)].role == upper) {
+        if (isTop(joint)) {
             set(item, "ikptLength", depth);
             return;
         }
@@ -357,7 +414,7 @@ void RetargetScene::tuneGoal(const PositionGoal& goal)
 
 void RetargetScene::setFrame(std::size_t frame)
 {
-    m_Time = m_StartSeconds + static_cast<double>(frame) * m_FrameSeconds;
+    m_Time = seconds(frame);
     expect(m_Host.setTime(m_Time));
 }
 

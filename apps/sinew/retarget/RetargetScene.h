@@ -48,6 +48,10 @@ public:
 
     /// Everything below is of this frame from now on.
     void setFrame(std::size_t frame);
+    double seconds(std::size_t frame) const
+    {
+        return m_StartSeconds + static_cast<double>(frame) * m_FrameSeconds;
+    }
     /// World transform of a source joint, in the target's axes and size, its arms as long as the target's.
     RestJoint source(int joint);
     RestJoint target(int joint);
@@ -70,8 +74,11 @@ private:
     void import(const FigureFile& source, const FigureFile& target);
     void findRig();
     void normalise();
+    void bakeSource();
     void layOver();
-    void fitArm(const ArmFit& arm);
+    void scaleItem(int source, double scale);
+    void placeShoulder(const ArmFit& arm, const refhost::Vector3& hips);
+    refhost::Vector3 goalShift(std::size_t pair);
     void rig();
     void pair();
     bool hasGoal(const MapPair& pair) const;
@@ -85,13 +92,14 @@ private:
     RestJoint world(const Watched& joint);
     refhost::Item* itemOf(int target) const { return m_TargetItems[static_cast<std::size_t>(target)]; }
     void set(refhost::Item& item, const std::string& channel, double value);
-    void shiftChannel(refhost::Channel& channel, double by);
+    void moveChannel(refhost::Channel& channel, double to);
 
     refhost::Host& m_Host;
     refhost::Scene& m_Scene;
     RetargetSettings m_Settings;
     std::size_t m_FrameCount = 0;
     double m_FrameSeconds = 0, m_StartSeconds = 0;
+    std::vector<refhost::Item*> m_Drivers; ///< by pair: what drives the target's orientation
     std::vector<refhost::Item*> m_SourceItems, m_TargetItems, m_SourceRoots;
     std::vector<Watched> m_SourceJoints, m_TargetJoints;
     const FigureFile& m_SourceFile;
