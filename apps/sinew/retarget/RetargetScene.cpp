@@ -449,6 +449,34 @@ RestJoint RetargetScene::targetLocal(int joint)
     return {back * minus(here.position, above.position), back * here.rotation};
 }
 
+RestJoint RetargetScene::sourceLocal(int joint)
+{
+    const RestJoint here = source(joint);
+    const int parent = m_SourceFile.joints[at(joint)].parent;
+    if (parent < 0)
+        return here;
+    const RestJoint above = source(parent);
+    const Matrix33 back = refhost::transposed(above.rotation);
+    return {back * minus(here.position, above.position), back * here.rotation};
+}
+
+double RetargetScene::floorShift() const
+{
+    // Soles at rest: the target's foot minus its height over the sole, and the source's likewise. The feet's
+    // goals differ by just these heights.
+    double shift = 0;
+    int count = 0;
+    for (const PositionGoal& goal : m_Goals)
+        if (goal.role.role == Role::Foot) {
+            const RestJoint& source = m_SourceRest.joints[at(goal.source)];
+            const Vector3 at0 = plus(source.position, source.rotation * goal.shift);
+            const Vector3& target = m_TargetRest.joints[at(goal.target)].position;
+            shift += dot(minus(at0, target), m_TargetFile.roles.up);
+            ++count;
+        }
+    return count > 0 ? shift / count : 0;
+}
+
 bool RetargetScene::converged()
 {
     return refhost::Evaluation::of(m_Scene).figure(*m_Solver, "ikfb", "converged").value_or(0) != 0;

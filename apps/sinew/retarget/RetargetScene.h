@@ -57,8 +57,12 @@ public:
     RestJoint target(int joint);
     /// Where a goal is.
     refhost::Vector3 goal(const PositionGoal& goal);
-    /// Transform in the parent's space of a target joint.
+    /// Transform in the parent's space.
     RestJoint targetLocal(int joint);
+    RestJoint sourceLocal(int joint);
+    /// How much higher the target's feet at rest stand in the scene than the source's, when both touch the
+    /// same floor; heights over the feet at rest compare across the figures with it.
+    double floorShift() const;
     bool converged();
     std::uint32_t iterations();
 

@@ -4,7 +4,7 @@
 
 #include "shared/MotionFile.h"
 #include "track/GoalSelection.h"
-#include "track/TrackReport.h"
+#include "report/TrackReport.h"
 #include "track/TrackSolver.h"
 
 namespace app {

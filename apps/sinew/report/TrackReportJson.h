@@ -3,7 +3,7 @@
 #pragma once
 
 #include "shared/Json.h"
-#include "track/TrackReport.h"
+#include "report/TrackReport.h"
 
 namespace app {
 
