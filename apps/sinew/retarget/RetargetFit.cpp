@@ -332,27 +332,27 @@ private:
         return plus(minus(pivot, hips), transposed(m_TrunkTurn) * minus(point, pivot));
     }
 
-    /// With a from between the source's hip joints to its first spine joint and b from there to its chest,
-    /// the scale k of the trunk makes |a + k b| as long as it is in the target.
+    /// The first spine joint is put where the target's is, and the stretch from there to the chest made as
+    /// long.
     void fitTrunk()
     {
         const MapPair *low = spinePair(false), *high = spinePair(true);
-        const auto hips = m_Source->centre(Role::UpperLeg);
-        if (!low || low == high || !hips || !m_Target->centre(Role::UpperLeg))
+        const auto hips = m_Target->centre(Role::UpperLeg);
+        if (!low || low == high || !hips)
             return;
-        m_Fit.trunk.chest = posed(m_Target->joint(high->target).position);
-        const Vector3 a = minus(m_Source->joint(low->source).position, *hips);
-        const Vector3 b = minus(m_Source->joint(high->source).position, m_Source->joint(low->source).position);
-        const double wanted = length(m_Fit.trunk.chest) / m_Fit.scale;
-        const double bb = dot(b, b), ab = dot(a, b);
-        const double under = ab * ab - bb * (dot(a, a) - wanted * wanted);
-        const double scale = bb > 0 && under > 0 ? (std::sqrt(under) - ab) / bb : 0;
-        if (!(scale > 0.1) || !(scale < 10))
+        const Vector3& first = m_Target->joint(low->target).position;
+        const double source =
+            distance(m_Source->joint(low->source).position, m_Source->joint(high->source).position);
+        const double target = distance(first, m_Target->joint(high->target).position);
+        if (!(source > 0) || !(target > 0))
             return;
-        m_Fit.trunk.first = low->source;
-        m_Fit.trunk.firstTarget = low->target;
-        m_Fit.trunk.scale = scale;
-        m_Fit.trunk.chestPair = static_cast<int>(high - m_Map.pairs.data());
+        TrunkFit& trunk = m_Fit.trunk;
+        trunk.first = low->source;
+        trunk.firstTarget = low->target;
+        trunk.place = minus(first, *hips);
+        trunk.scale = target / source / m_Fit.scale;
+        trunk.chestPair = static_cast<int>(high - m_Map.pairs.data());
+        trunk.chest = posed(m_Target->joint(high->target).position);
     }
 
     /// Length of a bone, target to source.

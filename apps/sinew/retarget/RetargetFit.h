@@ -36,6 +36,7 @@ struct ArmFit {
 struct TrunkFit {
     int first = -1; ///< source joint; -1 leaves the trunk as it is
     double scale = 1; ///< of everything above it, on top of that of the whole source
+    refhost::Vector3 place{}; ///< where the first joint is to rest, as ArmFit::shoulder
     int chestPair = -1; ///< the last pair of the spine, in the map
     int firstTarget = -1; ///< the lowest spine joint of the target that is driven
     refhost::Vector3 chest{}; ///< where the target's chest is to lie, as ArmFit::shoulder

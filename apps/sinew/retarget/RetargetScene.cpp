@@ -23,9 +23,10 @@ using refhost::Item;
 using refhost::Matrix34;
 using refhost::TransformKind;
 
-// Orientations of joints between position goals give way to the goals of feet and hips.
-constexpr double kLimbWeight = 1;
+// Orientations have a weight of 1; those of joints between position goals give way to the stronger goals.
+constexpr double kClavicleWeight = 0.3;
 constexpr double kHandWeight = 1, kFootWeight = 4;
+constexpr double kFirstSteps = 5000; // of the first frame
 constexpr double kSpeed = 30; // hundredths of a radian in an iteration: frames may be far apart
 
 std::size_t at(int index) { return static_cast<std::size_t>(index); }
@@ -45,12 +46,6 @@ Vector3 hipCentre(const RestFigure& figure)
     if (left < 0 || right < 0)
         return {};
     return times(plus(figure.joints[at(left)].position, figure.joints[at(right)].position), 0.5);
-}
-
-bool isLimb(Role role)
-{
-    return role == Role::UpperArm || role == Role::LowerArm || role == Role::UpperLeg
-        || role == Role::LowerLeg;
 }
 
 } // namespace
@@ -190,15 +185,16 @@ void RetargetScene::layOver()
     for (Item* driver : m_Drivers)
         if (!driver->parent())
             expect(m_Scene.setParent(*driver, space.value));
-    if (m_Fit.trunk.first >= 0)
+    m_SourceRest = restOf(m_SourceFile, m_SourceItems);
+    if (m_Fit.trunk.first >= 0) {
+        placeJoint(m_Fit.trunk.first, m_Fit.trunk.place);
         scaleItem(m_Fit.trunk.first, m_Fit.trunk.scale);
+    }
     for (const ArmFit& arm : m_Fit.arms) {
+        placeJoint(arm.upperArm, arm.shoulder);
         scaleItem(arm.upperArm, arm.scale);
         scaleItem(arm.lowerArm, arm.lowerScale);
     }
-    m_SourceRest = restOf(m_SourceFile, m_SourceItems);
-    for (const ArmFit& arm : m_Fit.arms)
-        placeShoulder(arm, hipCentre(m_SourceRest));
     m_SourceRest = restOf(m_SourceFile, m_SourceItems);
     expect(step.commit());
 }
@@ -207,36 +203,42 @@ void RetargetScene::scaleItem(int source, double scale)
 {
     Item* size = transformItem(*m_SourceItems[at(source)], TransformKind::Scale);
     for (const char axis : {'X', 'Y', 'Z'})
-        set(*size, std::string("scl.") + axis, scale);
+        changeChannel(*size->channel(std::string("scl.") + axis), [&](double value) { return value * scale; });
 }
 
-void RetargetScene::placeShoulder(const ArmFit& arm, const Vector3& hips)
+/// Moves a joint of the source at rest, relative to between the hip joints.
+void RetargetScene::placeJoint(int source, const Vector3& fromHips)
 {
-    Item& shoulder = *m_SourceItems[at(arm.upperArm)];
+    Item& item = *m_SourceItems[at(source)];
     Matrix34 position, rotation, scale;
     refhost::Evaluation& evaluation = refhost::Evaluation::of(m_Scene);
-    evaluation.matrix(*shoulder.parent()->channel("wposMatrix"), 0, position);
-    evaluation.matrix(*shoulder.parent()->channel("wrotMatrix"), 0, rotation);
-    evaluation.matrix(*shoulder.parent()->channel("wsclMatrix"), 0, scale);
-    const Vector3 place =
-        refhost::transposed(rotation.linear) * minus(plus(hips, arm.shoulder), position.offset);
-    Item* local = transformItem(shoulder, TransformKind::Position);
+    evaluation.matrix(*item.parent()->channel("wposMatrix"), 0, position);
+    evaluation.matrix(*item.parent()->channel("wrotMatrix"), 0, rotation);
+    evaluation.matrix(*item.parent()->channel("wsclMatrix"), 0, scale);
+    const Vector3 place = refhost::transposed(rotation.linear)
+        * minus(plus(hipCentre(m_SourceRest), fromHips), position.offset);
+    Item* local = transformItem(item, TransformKind::Position);
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const int a = static_cast<int>(axis);
-        moveChannel(*local->channel(std::string("pos.") + "XYZ"[axis]), place[axis] / scale.linear[a][a]);
+        Channel& channel = *local->channel(std::string("pos.") + "XYZ"[axis]);
+        const double by = place[axis] / scale.linear[a][a] - channel.number(refhost::Layer::Setup, 0);
+        changeChannel(channel, [&](double value) { return value + by; });
     }
 }
 
-/// Gives a channel another rest value; keys move along.
-void RetargetScene::moveChannel(Channel& channel, double to)
+/// Changes the rest value of a channel, and all its keys alike.
+void RetargetScene::changeChannel(Channel& channel, const std::function<double(double)>& change)
 {
-    const double by = to - channel.number(refhost::Layer::Setup, 0);
-    expect(m_Scene.writeNumber(channel, Action::Setup, 0, to, refhost::WriteMode::Plain));
+    expect(m_Scene.writeNumber(channel, Action::Setup, 0, change(channel.number(refhost::Layer::Setup, 0)),
+                               refhost::WriteMode::Plain));
+    if (const refhost::LayerValues* own = channel.values(refhost::Layer::Anim); own && own->number)
+        expect(m_Scene.writeNumber(channel, Action::Anim, 0, change(*own->number),
+                                   refhost::WriteMode::Plain));
     std::vector<refhost::Key> keys = channel.keys(refhost::Layer::Anim).keys();
     if (keys.empty())
         return;
     for (refhost::Key& key : keys)
-        key.number += by;
+        key.number = change(key.number);
     expect(m_Scene.setKeys(channel, Action::Anim, keys));
 }
 
@@ -327,11 +329,22 @@ Vector3 RetargetScene::goalShift(std::size_t pair)
     return refhost::transposed(chest.rotation) * minus(wanted, chest.position);
 }
 
+/// The driven collar bone above an upper arm of the target; -1 without one.
+int RetargetScene::clavicleAbove(int upperArm) const
+{
+    for (const MapPair& pair : m_Map.pairs)
+        if (pair.role.role == Role::Clavicle && isAbove(pair.target, upperArm))
+            return pair.target;
+    return -1;
+}
+
 bool RetargetScene::hasGoal(const MapPair& pair) const
 {
     const Role role = pair.role.role;
     if (role == Role::Hand || role == Role::Foot)
         return m_Settings.positions;
+    if (role == Role::UpperArm)
+        return m_Settings.positions && clavicleAbove(pair.target) >= 0;
     if (m_Settings.positions && m_Fit.trunk.chestPair >= 0
         && &pair == &m_Map.pairs[at(m_Fit.trunk.chestPair)])
         return true;
@@ -374,8 +387,8 @@ void RetargetScene::tune()
     std::vector<bool> paired(m_InRig.size());
     for (const MapPair& pair : m_Map.pairs) {
         paired[at(pair.target)] = true;
-        if (isLimb(pair.role.role) && m_Settings.positions)
-            set(*itemOf(pair.target), "ikotWeight", kLimbWeight);
+        if (pair.role.role == Role::Clavicle && m_Settings.positions)
+            set(*itemOf(pair.target), "ikotWeight", kClavicleWeight);
     }
     for (const int joint : m_RigJoints) {
         set(*itemOf(joint), "ikjMaxVelocity", kSpeed);
@@ -396,12 +409,14 @@ void RetargetScene::tuneGoal(const PositionGoal& goal)
     const Role role = goal.role.role;
     set(item, "ikptWeight",
         role == Role::Foot || role == Role::Hips || role == Role::Root ? kFootWeight : kHandWeight);
-    // A hand moves its arm and a foot its leg, the chest bends the spine; all else is the hips' business.
+    // A hand moves its arm, a shoulder its collar bone, a foot its leg, and the chest bends the spine; all else
+    // is the hips' business.
     const auto isTop = [&](int joint) {
         const Role here = m_TargetFile.roles.joints[at(joint)].role;
         return role == Role::Hand ? here == Role::UpperArm
             : role == Role::Foot  ? here == Role::UpperLeg
             : role == Role::Spine ? joint == m_Fit.trunk.firstTarget
+            : role == Role::UpperArm ? joint == clavicleAbove(goal.target)
                                   : false;
     };
     int depth = 1;
@@ -416,6 +431,22 @@ void RetargetScene::setFrame(std::size_t frame)
 {
     m_Time = seconds(frame);
     expect(m_Host.setTime(m_Time));
+    if (frame == 0)
+        settle();
+}
+
+/// The first frame is far from rest, and no frame before it has led there: it gets as long as it takes.
+void RetargetScene::settle()
+{
+    const auto solveWith = [&](double steps, double tolerance) {
+        refhost::Step step(m_Scene.journal(), "settle");
+        set(*m_Solver, "iksSteps", steps);
+        set(*m_Solver, "iksTolerance", tolerance * 10000);
+        expect(step.commit());
+        (void)target(m_RigJoints.front());
+    };
+    solveWith(std::max<double>(kFirstSteps, m_Settings.steps), m_Settings.tolerance / 100);
+    solveWith(m_Settings.steps, m_Settings.tolerance);
 }
 
 RestJoint RetargetScene::world(const Watched& joint)

@@ -9,6 +9,7 @@
 #include <refhost/MotionImport.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -81,10 +82,12 @@ private:
     void bakeSource();
     void layOver();
     void scaleItem(int source, double scale);
-    void placeShoulder(const ArmFit& arm, const refhost::Vector3& hips);
+    void placeJoint(int source, const refhost::Vector3& fromHips);
+    void settle();
     refhost::Vector3 goalShift(std::size_t pair);
     void rig();
     void pair();
+    int clavicleAbove(int upperArm) const;
     bool hasGoal(const MapPair& pair) const;
     void tune();
     void tuneGoal(const PositionGoal& goal);
@@ -96,7 +99,7 @@ private:
     RestJoint world(const Watched& joint);
     refhost::Item* itemOf(int target) const { return m_TargetItems[static_cast<std::size_t>(target)]; }
     void set(refhost::Item& item, const std::string& channel, double value);
-    void moveChannel(refhost::Channel& channel, double to);
+    void changeChannel(refhost::Channel& channel, const std::function<double(double)>& change);
 
     refhost::Host& m_Host;
     refhost::Scene& m_Scene;
