@@ -144,7 +144,8 @@ void addRetargetLimits(CLI::App& command, RetargetLimits& limits)
 void addRetarget(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<RetargetOptions>();
-    CLI::App* command = program.add_subcommand("retarget", "Drives a character from the motion of another one.");
+    CLI::App* command =
+        program.add_subcommand("retarget", "Drives a character from the motion of another one.");
     command
         ->add_option("FILES", options->files,
                      "SOURCE TARGET: BVH or glTF files (.bvh, .gltf, .glb,\n.vrm); with several sources the "
@@ -180,7 +181,8 @@ void addRetarget(CLI::App& program, Action& action)
     command->add_option("--report-json", options->jsonFile, "write the report as JSON")->type_name("FILE");
     command->add_flag("--json", options->json, "write the report to the standard output as JSON");
     command
-        ->add_option("--jobs", options->jobs, "several sources: so many at a time; without: one for each\ncore")
+        ->add_option("--jobs", options->jobs,
+                     "several sources: so many at a time; without: one for each\ncore")
         ->type_name("COUNT")
         ->check(CLI::PositiveNumber);
     command->add_flag("--again", options->again, "several sources: also those that are done and unchanged");
@@ -272,7 +274,7 @@ void addRun(CLI::App& program, Action& action)
 
 /// A new subcommand is a function like the two above and a line here.
 constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo,  addTrack, addRetarget,
-                                                         addBench, addRun,   addCheck};
+                                                        addBench, addRun,   addCheck};
 
 int runGuarded(const Action& action)
 {

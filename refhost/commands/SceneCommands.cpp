@@ -26,11 +26,15 @@ std::string extensionOf(const std::string& path)
     return extension;
 }
 
-Result requireBvh(const std::string& path, const char* what)
+Result requireEnding(const std::string& path, std::initializer_list<const char*> endings, const char* what)
 {
-    if (extensionOf(path) == ".bvh")
-        return {};
-    return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in .bvh.");
+    std::string list;
+    for (const char* ending : endings) {
+        if (extensionOf(path) == ending)
+            return {};
+        list += (list.empty() ? "" : " or ") + std::string(ending);
+    }
+    return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in " + list + ".");
 }
 
 /// Opens the scene that `make` answers and closes the one that was open before.
@@ -97,16 +101,18 @@ Result saveScene(Invocation& invocation)
 }
 
 constexpr ArgumentRow kImportArguments[] = {
-    {"file", ArgumentType::Text, true, "a BVH file"},
+    {"file", ArgumentType::Text, true, "a BVH or glTF file"},
     {"offsets", ArgumentType::Text, false, "what position channels do to a joint's OFFSET; guess otherwise",
      "guess replace add"},
     {"endSites", ArgumentType::Boolean, false, "whether end sites become locators; true otherwise"},
+    {"animation", ArgumentType::Integer, false, "which animation of a glTF file; 0 otherwise"},
 };
 Result importFile(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
     const std::string& path = arguments.text(0);
-    if (Result result = requireBvh(path, "imported"); !result.ok())
+    if (Result result = requireEnding(path, {".bvh", ".glb", ".gltf", ".vrm", ".vrma"}, "imported");
+        !result.ok())
         return result;
     MotionImportOptions options;
     for (int i = 0; arguments.isSet(1) && i < static_cast<int>(std::size(kOffsetReadingNames)); ++i) {
@@ -114,6 +120,10 @@ Result importFile(Invocation& invocation)
             options.offsets = static_cast<OffsetReading>(i);
     }
     options.endSites = arguments.boolean(2, true);
+    if (arguments.integer(3) < 0)
+        return Result::failure("animation:" + std::to_string(arguments.integer(3))
+                               + " won't do: they are counted from 0.");
+    options.animation = static_cast<std::size_t>(arguments.integer(3));
     const ResultOf<MotionImport> imported = importMotion(*invocation.scene(), path, options);
     const std::string prefix = path + ": ";
     for (const std::string& warning : imported.value.warnings)
@@ -129,7 +139,7 @@ constexpr ArgumentRow kExportArguments[] = {
 Result exportFile(Invocation& invocation)
 {
     const std::string& path = invocation.arguments().text(0);
-    if (Result result = requireBvh(path, "exported"); !result.ok())
+    if (Result result = requireEnding(path, {".bvh", ".glb"}, "exported"); !result.ok())
         return result;
     MotionExportOptions options;
     options.root = invocation.arguments().item(1);

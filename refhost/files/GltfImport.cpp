@@ -162,8 +162,7 @@ private:
         one.animations[0].tracks = {track};
         one.animations[0].tracks[0].node = 0;
         return rotationCurve(
-            track.times,
-            [&](double time) { return formats::sampleAnimation(one, 0, time)[0].rotation; },
+            track.times, [&](double time) { return formats::sampleAnimation(one, 0, time)[0].rotation; },
             track.interpolation == formats::GltfInterpolation::Step);
     }
 
@@ -228,10 +227,7 @@ private:
             : kUsualStep;
     }
 
-    void nameBones()
-    {
-        m_Out.humanoid = setBoneNames(m_Scene, formats::roleJoints(m_Gltf), m_Out.items);
-    }
+    void nameBones() { m_Out.humanoid = setBoneNames(m_Scene, formats::roleJoints(m_Gltf), m_Out.items); }
 
     Scene& m_Scene;
     const formats::Gltf& m_Gltf;

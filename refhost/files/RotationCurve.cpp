@@ -10,7 +10,8 @@ namespace refhost {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-constexpr double kTolerance = 0.008 * kPi / 180; // radians; below the promise, for points that aren't looked at
+constexpr double kTolerance =
+    0.008 * kPi / 180; // radians; below the promise, for points that aren't looked at
 constexpr double kShortest = 1e-4; // seconds: no denser keys, whatever a file asks for
 constexpr double kProbes[] = {0.5, 0.25, 0.75};
 
@@ -145,8 +146,8 @@ RotationCurve rotationCurve(const std::vector<double>& times, const RotationAt& 
     }
     for (const Sample& sample : samples)
         for (std::size_t axis = 0; axis < 3; ++axis)
-            curve.keys[axis].push_back({sample.time, sample.angles[axis], 0, 0,
-                                        step ? Interpolation::Step : Interpolation::Linear});
+            curve.keys[axis].push_back(
+                {sample.time, sample.angles[axis], 0, 0, step ? Interpolation::Step : Interpolation::Linear});
     return curve;
 }
 

@@ -2,8 +2,8 @@
 // The track report for machines.
 #pragma once
 
-#include "shared/Json.h"
 #include "report/TrackReport.h"
+#include "shared/Json.h"
 
 namespace app {
 

@@ -26,8 +26,8 @@ formats::Gltf readGltfBytes(const std::string& path, std::string_view bytes)
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
     formats::GltfReadResult read = formats::readGltf(bytes, folder.empty() ? "." : folder.string());
     if (const auto* error = std::get_if<formats::GltfError>(&read))
-        throw BadInput(fmt::format("{}: {}{}{}", path, error->place, error->place.empty() ? "" : ": ",
-                                   error->reason));
+        throw BadInput(
+            fmt::format("{}: {}{}{}", path, error->place, error->place.empty() ? "" : ": ", error->reason));
     return std::get<formats::Gltf>(std::move(read));
 }
 

@@ -255,8 +255,9 @@ JointMap readJointMap(const std::string& path, const FigureFile& source, const F
 
 std::string jointMapFile(const JointMap& map, const FigureFile& source, const FigureFile& target)
 {
-    std::string text = "# SOURCE JOINT = TARGET JOINT, a pair a line; edit, add or delete, and give this file "
-                       "with --map.\n";
+    std::string text =
+        "# SOURCE JOINT = TARGET JOINT, a pair a line; edit, add or delete, and give this file "
+        "with --map.\n";
     for (const MapPair& pair : map.pairs)
         text += fmt::format("{} = {}  # {} ({})\n", quoted(source.name(pair.source)),
                             quoted(target.name(pair.target)), formats::roleText(pair.role), pair.why);
@@ -282,9 +283,8 @@ std::string jointMapTable(const JointMap& map, const FigureFile& source, const F
         to = std::max(to, printable(target.name(pair.target)).size());
         role = std::max(role, formats::roleText(pair.role).size());
     }
-    std::string text =
-        fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", "source joint", from, "target joint", to, "role", role,
-                    "found by");
+    std::string text = fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", "source joint", from, "target joint", to,
+                                   "role", role, "found by");
     for (const MapPair& pair : map.pairs)
         text += fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", printable(source.name(pair.source)), from,
                             printable(target.name(pair.target)), to, formats::roleText(pair.role), role,

@@ -70,10 +70,10 @@ std::string bytesOf(const std::string& path)
 
 std::vector<std::string> settingArguments(const RetargetOptions& options)
 {
-    std::vector<std::string> arguments = {"--steps", std::to_string(options.settings.steps), "--tolerance",
-                                          fmt::format("{}", options.settings.tolerance), "--animation",
-                                          std::to_string(options.settings.animation), "--offsets",
-                                          options.offsets};
+    std::vector<std::string> arguments = {"--steps",     std::to_string(options.settings.steps),
+                                          "--tolerance", fmt::format("{}", options.settings.tolerance),
+                                          "--animation", std::to_string(options.settings.animation),
+                                          "--offsets",   options.offsets};
     const auto limit = [&](const char* name, std::optional<double> value) {
         if (value)
             arguments.insert(arguments.end(), {name, fmt::format("{}", *value)});
@@ -209,9 +209,8 @@ private:
         std::size_t jobs = m_Options.jobs;
         if (jobs == 0)
             jobs = std::max<std::size_t>(1, std::thread::hardware_concurrency());
-        const auto waiting = static_cast<std::size_t>(
-            std::count_if(m_Works.begin(), m_Works.end(),
-                          [](const Work& item) { return item.state == State::Waiting; }));
+        const auto waiting = static_cast<std::size_t>(std::count_if(
+            m_Works.begin(), m_Works.end(), [](const Work& item) { return item.state == State::Waiting; }));
         Progress progress("retargeting files", waiting);
         std::map<pid_t, Work*> running;
         std::size_t done = 0;
@@ -240,8 +239,8 @@ private:
 
     pid_t start(Work& item)
     {
-        std::vector<std::string> words = {"sinew",          "retarget", item.source, m_Target, "-o",
-                                          item.output,      "--report-json", item.reportFile};
+        std::vector<std::string> words = {"sinew", "retarget",  item.source,     m_Target,
+                                          "-o",    item.output, "--report-json", item.reportFile};
         words.insert(words.end(), m_Settings.begin(), m_Settings.end());
         std::vector<char*> argv;
         for (std::string& word : words)
@@ -256,8 +255,7 @@ private:
         std::error_code code;
         fs::remove(item.reportFile, code);
         pid_t child = -1;
-        const int failure =
-            posix_spawn(&child, "/proc/self/exe", &files, nullptr, argv.data(), environ);
+        const int failure = posix_spawn(&child, "/proc/self/exe", &files, nullptr, argv.data(), environ);
         posix_spawn_file_actions_destroy(&files);
         if (failure == 0) {
             item.state = State::Running;
@@ -340,9 +338,8 @@ private:
                 const Json& residual = item.report["residual"];
                 text += fmt::format(
                     " {:>7} {:>14} {:>12}\n", item.report["frames"]["count"].get<std::size_t>(),
-                    residual.is_object()
-                        ? rounded(residual["mean_percent"].get<double>(), 3) + " %"
-                        : std::string("-"),
+                    residual.is_object() ? rounded(residual["mean_percent"].get<double>(), 3) + " %"
+                                         : std::string("-"),
                     rounded(worstDirection(item.report), 3) + " deg");
             } else {
                 text += " " + printable(item.message) + "\n";

@@ -34,8 +34,7 @@ double secondsSince(Clock::time_point start)
 void checkOptions(const RetargetOptions& options)
 {
     if (options.settings.steps == 0 || options.settings.steps > kMostSteps)
-        throw BadInput(
-            fmt::format("--steps: {} won't do; give 1 to {}", options.settings.steps, kMostSteps));
+        throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", options.settings.steps, kMostSteps));
     if (!std::isfinite(options.settings.tolerance) || !(options.settings.tolerance >= 0)
         || options.settings.tolerance > 1e6)
         throw BadInput("--tolerance: give a number from 0 and at most 1000000");

@@ -26,5 +26,4 @@ struct RetargetOptions {
 /// Runs the subcommand and returns its exit code; throws BadInput.
 int runRetarget(const RetargetOptions& options);
 
-
 } // namespace app

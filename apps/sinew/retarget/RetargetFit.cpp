@@ -70,7 +70,10 @@ public:
     }
 
     const RestJoint& joint(int index) const { return m_Joints[static_cast<std::size_t>(index)]; }
-    const formats::JointRole& role(int index) const { return m_Roles.joints[static_cast<std::size_t>(index)]; }
+    const formats::JointRole& role(int index) const
+    {
+        return m_Roles.joints[static_cast<std::size_t>(index)];
+    }
     int find(Role role, Side side = Side::Middle) const { return m_Roles.find(role, side); }
     std::optional<Vector3> position(Role role, Side side = Side::Middle) const
     {
@@ -130,8 +133,7 @@ public:
     Vector3 heading(Side side, const Frame& frame) const
     {
         const int foot = find(Role::Foot, side);
-        const Vector3 way =
-            across(minus(farthestBelow(foot, frame.forward), joint(foot).position), frame.up);
+        const Vector3 way = across(minus(farthestBelow(foot, frame.forward), joint(foot).position), frame.up);
         return way;
     }
 
@@ -188,9 +190,10 @@ private:
     {
         if (!m_Known) {
             m_Fit.scale = m_Fit.legScale = m_Fit.armScale = sizeRatio();
-            m_Fit.notes.push_back(fmt::format("not both figures are known for human: their axes were taken as "
-                                              "they are, and the source {} times as large",
-                                              m_Fit.scale));
+            m_Fit.notes.push_back(
+                fmt::format("not both figures are known for human: their axes were taken as "
+                            "they are, and the source {} times as large",
+                            m_Fit.scale));
             return;
         }
         m_SourceAnkle = m_Source->ankleHeight(m_Axes.up);
@@ -283,8 +286,7 @@ private:
     {
         const MapPair* found = nullptr;
         for (const MapPair& pair : m_Map.pairs)
-            if (pair.role.role == Role::Spine
-                && (!found || (pair.role.index > found->role.index) == last))
+            if (pair.role.role == Role::Spine && (!found || (pair.role.index > found->role.index) == last))
                 found = &pair;
         return found;
     }

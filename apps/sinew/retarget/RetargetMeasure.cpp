@@ -50,8 +50,13 @@ RetargetMeasure::RetargetMeasure(RetargetScene& scene, const FigureFile& source,
     for (const PositionGoal& goal : scene.goals()) {
         const auto pair = std::find_if(map.pairs.begin(), map.pairs.end(),
                                        [&](const MapPair& p) { return p.target == goal.target; });
-        motion.goals.push_back({target.name(goal.target), formats::roleText(goal.role),
-                                static_cast<std::size_t>(pair - map.pairs.begin()), true, false, {}, {}});
+        motion.goals.push_back({target.name(goal.target),
+                                formats::roleText(goal.role),
+                                static_cast<std::size_t>(pair - map.pairs.begin()),
+                                true,
+                                false,
+                                {},
+                                {}});
     }
     if (animationFrames == 0)
         return;
@@ -91,8 +96,12 @@ void RetargetMeasure::addStretches()
     const auto both = [](const formats::HumanoidRoles& roles, Role role) {
         return std::array<int, 2>{roles.find(role, Side::Left), roles.find(role, Side::Right)};
     };
-    m_Stretches.push_back({"trunk", both(m_Source.roles, Role::UpperLeg), both(m_Source.roles, Role::UpperArm),
-                           both(m_Target.roles, Role::UpperLeg), both(m_Target.roles, Role::UpperArm), {}});
+    m_Stretches.push_back({"trunk",
+                           both(m_Source.roles, Role::UpperLeg),
+                           both(m_Source.roles, Role::UpperArm),
+                           both(m_Target.roles, Role::UpperLeg),
+                           both(m_Target.roles, Role::UpperArm),
+                           {}});
     one("head", Role::Neck, Role::Head, Side::Middle);
 }
 
@@ -127,15 +136,14 @@ void RetargetMeasure::frame(std::size_t index, double solveSeconds)
     report.diverged = !m_Scene.converged();
     double sum = 0;
     for (const PositionGoal& goal : m_Scene.goals()) {
-        const auto d =
-            static_cast<float>(distance(m_Scene.goal(goal), m_Scene.target(goal.target).position));
+        const auto d = static_cast<float>(distance(m_Scene.goal(goal), m_Scene.target(goal.target).position));
         m_Samples.distances.push_back(d);
         m_Samples.degrees.push_back(0);
         sum += static_cast<double>(d);
         report.worstDistance = std::max(report.worstDistance, d);
     }
-    report.meanDistance = static_cast<float>(
-        sum / static_cast<double>(std::max<std::size_t>(1, m_Scene.goals().size())));
+    report.meanDistance =
+        static_cast<float>(sum / static_cast<double>(std::max<std::size_t>(1, m_Scene.goals().size())));
     const auto middle = [&](const std::array<int, 2>& joints, bool source) {
         const auto place = [&](int joint) {
             return source ? m_Scene.source(joint).position : m_Scene.target(joint).position;
@@ -143,9 +151,9 @@ void RetargetMeasure::frame(std::size_t index, double solveSeconds)
         return times(plus(place(joints[0]), place(joints[1])), 0.5);
     };
     for (Stretch& stretch : m_Stretches)
-        stretch.degrees.push_back(static_cast<float>(app::degreesBetween(
-            minus(middle(stretch.sourceTo, true), middle(stretch.sourceFrom, true)),
-            minus(middle(stretch.targetTo, false), middle(stretch.targetFrom, false)))));
+        stretch.degrees.push_back(static_cast<float>(
+            app::degreesBetween(minus(middle(stretch.sourceTo, true), middle(stretch.sourceFrom, true)),
+                                minus(middle(stretch.targetTo, false), middle(stretch.targetFrom, false)))));
     for (Foot& foot : m_Feet) {
         foot.positions[0].push_back(m_Scene.source(foot.source[0]).position);
         foot.positions[1].push_back(m_Scene.target(foot.target[0]).position);
@@ -239,10 +247,9 @@ void RetargetMeasure::summariseFeet()
             double way[2] = {0, 0};
             for (; end < stands.size() && stands[end]; ++end)
                 for (std::size_t which = 0; which < 2; ++which) {
-                    way[which] =
-                        std::max(way[which], length(across(minus(foot.positions[which][end],
-                                                                 foot.positions[which][i]),
-                                                           m_Up)));
+                    way[which] = std::max(
+                        way[which],
+                        length(across(minus(foot.positions[which][end], foot.positions[which][i]), m_Up)));
                     const double above = which == 0 ? floor : floor + shift;
                     double& depth = which == 0 ? report.sourceDepth : report.targetDepth;
                     depth = std::max(depth, (above - foot.soles[which][end]) / height);

@@ -34,10 +34,10 @@ std::string footText(const FootReport& foot)
 {
     if (foot.stances == 0)
         return "never stands in the source";
-    return fmt::format("{} stances, {} frames; slide {} (source {}, worst {}), below the floor {} (source {})",
-                       foot.stances, foot.frames, percent(foot.targetSlide), percent(foot.sourceSlide),
-                       percent(foot.worstTargetSlide), percent(foot.targetDepth),
-                       percent(foot.sourceDepth));
+    return fmt::format(
+        "{} stances, {} frames; slide {} (source {}, worst {}), below the floor {} (source {})", foot.stances,
+        foot.frames, percent(foot.targetSlide), percent(foot.sourceSlide), percent(foot.worstTargetSlide),
+        percent(foot.targetDepth), percent(foot.sourceDepth));
 }
 
 std::string limitsText(const RetargetReport& report)
@@ -79,14 +79,15 @@ void judge(RetargetReport& report)
     report.motion.missed = !report.missed.empty();
 
     auto& facts = report.motion.facts;
-    facts.emplace_back("pairs", fmt::format("{} joints; legs {} times, arms {} times as long as the source's",
-                                            report.pairCount, rounded(report.legScale, 3),
-                                            rounded(report.armScale, 3)));
+    facts.emplace_back("pairs",
+                       fmt::format("{} joints; legs {} times, arms {} times as long as the source's",
+                                   report.pairCount, rounded(report.legScale, 3),
+                                   rounded(report.armScale, 3)));
     for (const DirectionReport& direction : report.directions)
-        facts.emplace_back(direction.name, fmt::format("direction off by {} degrees, worst {} in frame {}",
-                                                       rounded(direction.degrees.mean, 2),
-                                                       rounded(direction.degrees.worst, 3),
-                                                       direction.degrees.worstFrame));
+        facts.emplace_back(direction.name,
+                           fmt::format("direction off by {} degrees, worst {} in frame {}",
+                                       rounded(direction.degrees.mean, 2),
+                                       rounded(direction.degrees.worst, 3), direction.degrees.worstFrame));
     for (const FootReport& foot : report.feet)
         facts.emplace_back(foot.name, footText(foot));
     facts.emplace_back("limits", limitsText(report));
@@ -97,14 +98,14 @@ std::string retargetReportText(const RetargetReport& report)
     const TrackReport& motion = report.motion;
     std::string text = fmt::format("{} + {} -> {}\n", printable(motion.input), printable(report.target),
                                    printable(motion.output));
-    text += fmt::format("  figure   {} joints driven by {} pairs; legs {} times, arms {} times as long as the "
-                        "source's\n",
-                        motion.jointCount, report.pairCount, rounded(report.legScale, 3),
-                        rounded(report.armScale, 3));
+    text += fmt::format(
+        "  figure   {} joints driven by {} pairs; legs {} times, arms {} times as long as the "
+        "source's\n",
+        motion.jointCount, report.pairCount, rounded(report.legScale, 3), rounded(report.armScale, 3));
     text += fmt::format("  frames   {}, {} s each\n\n", motion.frames.size(), rounded(motion.frameTime));
     text += report.mapTable + "\n";
-    text += fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", "goal (% height)", "mean", "p95", "worst",
-                        "frame");
+    text +=
+        fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", "goal (% height)", "mean", "p95", "worst", "frame");
     for (const GoalReport& goal : motion.goals)
         text += fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", goal.role,
                             rounded(motion.percent(goal.distance.mean), 3),
@@ -118,12 +119,12 @@ std::string retargetReportText(const RetargetReport& report)
     for (const FootReport& foot : report.feet)
         text += fmt::format("  {:<16} {}\n", foot.name, footText(foot));
     if (motion.frames.size() > 1)
-        text += fmt::format("  step     source {} degrees ('{}', frame {}), target {} degrees ('{}', frame {}): "
-                            "{} times\n",
-                            rounded(motion.sourceStep.degrees, 3), printable(motion.sourceStep.joint),
-                            motion.sourceStep.frame, rounded(motion.solvedStep.degrees, 3),
-                            printable(motion.solvedStep.joint), motion.solvedStep.frame,
-                            rounded(report.stepRatio(), 3));
+        text += fmt::format(
+            "  step     source {} degrees ('{}', frame {}), target {} degrees ('{}', frame {}): "
+            "{} times\n",
+            rounded(motion.sourceStep.degrees, 3), printable(motion.sourceStep.joint),
+            motion.sourceStep.frame, rounded(motion.solvedStep.degrees, 3),
+            printable(motion.solvedStep.joint), motion.solvedStep.frame, rounded(report.stepRatio(), 3));
     text += fmt::format("  limits   {}\n", limitsText(report));
     text += fmt::format("  solve    {} us a frame (p95 {}, worst {} in frame {}), {:.0f} iterations\n",
                         rounded(motion.solveSeconds.mean * 1e6, 3), rounded(motion.solveSeconds.p95 * 1e6, 3),

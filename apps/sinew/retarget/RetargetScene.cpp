@@ -203,7 +203,8 @@ void RetargetScene::scaleItem(int source, double scale)
 {
     Item* size = transformItem(*m_SourceItems[at(source)], TransformKind::Scale);
     for (const char axis : {'X', 'Y', 'Z'})
-        changeChannel(*size->channel(std::string("scl.") + axis), [&](double value) { return value * scale; });
+        changeChannel(*size->channel(std::string("scl.") + axis),
+                      [&](double value) { return value * scale; });
 }
 
 /// Moves a joint of the source at rest, relative to between the hip joints.
@@ -232,8 +233,8 @@ void RetargetScene::changeChannel(Channel& channel, const std::function<double(d
     expect(m_Scene.writeNumber(channel, Action::Setup, 0, change(channel.number(refhost::Layer::Setup, 0)),
                                refhost::WriteMode::Plain));
     if (const refhost::LayerValues* own = channel.values(refhost::Layer::Anim); own && own->number)
-        expect(m_Scene.writeNumber(channel, Action::Anim, 0, change(*own->number),
-                                   refhost::WriteMode::Plain));
+        expect(
+            m_Scene.writeNumber(channel, Action::Anim, 0, change(*own->number), refhost::WriteMode::Plain));
     std::vector<refhost::Key> keys = channel.keys(refhost::Layer::Anim).keys();
     if (keys.empty())
         return;
@@ -358,8 +359,7 @@ void RetargetScene::pair()
     for (std::size_t i = 0; i < m_Map.pairs.size(); ++i) {
         const MapPair& pair = m_Map.pairs[i];
         const std::string items =
-            fmt::format("ikfb.retarget itemS:#{} itemT:#{}", m_Drivers[i]->id(),
-                        itemOf(pair.target)->id());
+            fmt::format("ikfb.retarget itemS:#{} itemT:#{}", m_Drivers[i]->id(), itemOf(pair.target)->id());
         run(items + " type:0");
         refhost::Step step(m_Scene.journal(), "write the offset of matched rests");
         const Vector3 angles = refhost::eulerFromMatrix(m_Fit.offsets[i], 4); // turned about Z, X, Y
@@ -409,15 +409,15 @@ void RetargetScene::tuneGoal(const PositionGoal& goal)
     const Role role = goal.role.role;
     set(item, "ikptWeight",
         role == Role::Foot || role == Role::Hips || role == Role::Root ? kFootWeight : kHandWeight);
-    // A hand moves its arm, a shoulder its collar bone, a foot its leg, and the chest bends the spine; all else
-    // is the hips' business.
+    // A hand moves its arm, a shoulder its collar bone, a foot its leg, and the chest bends the spine; all
+    // else is the hips' business.
     const auto isTop = [&](int joint) {
         const Role here = m_TargetFile.roles.joints[at(joint)].role;
-        return role == Role::Hand ? here == Role::UpperArm
-            : role == Role::Foot  ? here == Role::UpperLeg
-            : role == Role::Spine ? joint == m_Fit.trunk.firstTarget
+        return role == Role::Hand    ? here == Role::UpperArm
+            : role == Role::Foot     ? here == Role::UpperLeg
+            : role == Role::Spine    ? joint == m_Fit.trunk.firstTarget
             : role == Role::UpperArm ? joint == clavicleAbove(goal.target)
-                                  : false;
+                                     : false;
     };
     int depth = 1;
     for (int joint = goal.target; joint >= 0 && m_InRig[at(joint)]; joint = parentOf(joint), ++depth)

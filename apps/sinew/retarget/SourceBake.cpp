@@ -43,8 +43,8 @@ struct Arm {
 
 class Baker {
 public:
-    Baker(refhost::Scene& scene, const RestFigure& rest, const std::vector<Item*>& items,
-          const JointMap& map, const std::vector<double>& times)
+    Baker(refhost::Scene& scene, const RestFigure& rest, const std::vector<Item*>& items, const JointMap& map,
+          const std::vector<double>& times)
         : m_Scene(scene), m_Rest(rest), m_Items(items), m_Map(map), m_Times(times)
     {
     }
@@ -174,8 +174,8 @@ private:
             const int a = static_cast<int>(axis);
             refhost::Channel& channel = *position.value->channel(std::string("pos.") + "XYZ"[axis]);
             expect(m_Scene.setKeys(channel, refhost::Action::Anim, {}));
-            expect(m_Scene.writeNumber(channel, refhost::Action::Setup, 0,
-                                       place[axis] / above.linear[a][a], refhost::WriteMode::Plain));
+            expect(m_Scene.writeNumber(channel, refhost::Action::Setup, 0, place[axis] / above.linear[a][a],
+                                       refhost::WriteMode::Plain));
         }
         setRotations(item, rotations);
         setRest(item, back * shoulder.rotation);

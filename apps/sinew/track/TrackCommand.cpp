@@ -2,11 +2,11 @@
 // From the options of `track` to files and reports.
 #include "track/TrackCommand.h"
 
+#include "report/TrackReportHtml.h"
+#include "report/TrackReportJson.h"
 #include "shared/Console.h"
 #include "shared/Json.h"
 #include "shared/OutputFile.h"
-#include "report/TrackReportHtml.h"
-#include "report/TrackReportJson.h"
 #include "track/TrackRun.h"
 
 #include <fmt/format.h>
