@@ -5,6 +5,7 @@
 #include "bench/BenchCommand.h"
 #include "check/CheckCommand.h"
 #include "info/InfoCommand.h"
+#include "retarget/RetargetCommand.h"
 #include "run/RunCommand.h"
 #include "shared/Console.h"
 #include "shot/ShotCommand.h"
@@ -137,6 +138,80 @@ void addTrack(CLI::App& program, Action& action)
     command->callback([options, &action] { action = [options] { return runTrack(*options); }; });
 }
 
+void addRetargetLimits(CLI::App& command, RetargetLimits& limits)
+{
+    const auto add = [&](const char* name, std::optional<double>& value, const char* what, const char* type) {
+        command.add_option(name, value, std::string("exit with 1 when ") + what)->type_name(type);
+    };
+    add("--max-direction", limits.directionMean, "a limb, trunk or head is further off\nin the mean",
+        "DEGREES");
+    add("--max-direction-worst", limits.directionWorst, "one is further off in any frame", "DEGREES");
+    add("--max-foot", limits.footMean, "a foot's mean residual is larger", "PERCENT");
+    add("--max-hand", limits.handMean, "a hand's mean residual is larger", "PERCENT");
+    add("--max-step", limits.stepRatio, "the largest joint step is more than so\nmany times the source's",
+        "TIMES");
+}
+
+void addRetarget(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<RetargetOptions>();
+    CLI::App* command =
+        program.add_subcommand("retarget", "Drives a character from the motion of another one.");
+    command
+        ->add_option("FILES", options->files,
+                     "SOURCE TARGET: BVH or glTF files (.bvh, .gltf, .glb,\n.vrm); with several sources the "
+                     "target stands last")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option("-o,--output", options->output,
+                     "the target's file with the new motion, .bvh or .glb; a\nfolder for several sources")
+        ->type_name("OUT");
+    command->add_option("--map", options->map, "pair joints as this file says")->type_name("FILE");
+    command
+        ->add_option("--write-map", options->writeMap,
+                     "write the map that was found, to be edited; without -o\nnothing else is done")
+        ->type_name("FILE");
+    command->add_option("--animation", options->settings.animation, "of a glTF source, from 0")
+        ->type_name("INDEX")
+        ->capture_default_str();
+    command->add_flag_callback(
+        "--no-positions", [options] { options->settings.positions = false; },
+        "orientations and hips alone: hands and feet follow no\npositions");
+    command->add_option("--steps", options->settings.steps, "most iterations a frame")
+        ->type_name("COUNT")
+        ->capture_default_str();
+    command
+        ->add_option("--tolerance", options->settings.tolerance,
+                     "largest joint step (radians, units) that ends a solve")
+        ->type_name("STEP")
+        ->capture_default_str();
+    addRetargetLimits(*command, options->limits);
+    command->add_option("--report", options->htmlFile, "write a page with the animated figures and plots")
+        ->type_name("FILE.html");
+    command->add_option("--report-json", options->jsonFile, "write the report as JSON")->type_name("FILE");
+    command->add_flag("--json", options->json, "write the report to the standard output as JSON");
+    command
+        ->add_option("--jobs", options->jobs,
+                     "several sources: so many at a time; without: one for each\ncore")
+        ->type_name("COUNT")
+        ->check(CLI::PositiveNumber);
+    command->add_flag("--again", options->again, "several sources: also those that are done and unchanged");
+    command
+        ->add_option("--offsets", options->offsets,
+                     "what position channels do to a BVH joint's OFFSET:\nguess, replace or add")
+        ->type_name("RULE")
+        ->capture_default_str();
+    command->footer("Joints are paired by the parts of the body that they are, whatever they are called.\n"
+                    "Exit codes: 0 done, 1 done but a stated limit was missed, 2 bad input, 3 internal\n"
+                    "error. Of several sources a bad one doesn't stop the others.\n\n"
+                    "Examples:\n"
+                    "  sinew retarget walk.bvh hero.glb -o hero_walk.glb --report walk.html\n"
+                    "  sinew retarget walk.bvh hero.glb --write-map hero.map\n"
+                    "  sinew retarget clips/*.bvh hero.glb -o results --jobs 4\n");
+    command->callback([options, &action] { action = [options] { return runRetarget(*options); }; });
+}
+
 void addBench(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<BenchOptions>();
@@ -213,7 +288,7 @@ void addShot(CLI::App& program, Action& action)
     auto options = std::make_shared<ShotOptions>();
     CLI::App* command =
         program.add_subcommand("shot", "Draws a picture of a character, motion or scene, without a display.");
-    command->add_option("FILE", options->file, "BVH file, or a scene (.sinew.json)")
+    command->add_option("FILE", options->file, "BVH or glTF file, or a scene (.sinew.json)")
         ->type_name("")
         ->required();
     command->add_option("-o,--output", options->output, "the PNG file to write")
@@ -247,7 +322,7 @@ void addShot(CLI::App& program, Action& action)
 }
 
 /// A new subcommand is a function like the two above and a line here.
-constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo,  addTrack, addShot,
+constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo,  addTrack, addRetarget, addShot,
                                                         addBench, addRun,   addCheck};
 
 int runGuarded(const Action& action)

@@ -1,5 +1,5 @@
 # Writes PAGE.html, PAGE.css and PAGE.js into OUTPUT as C++ constants. Run with cmake -P.
-file(WRITE ${OUTPUT}.tmp "// Made by EmbedPage.cmake.\n#include \"track/TrackReportHtml.h\"\nnamespace app {\n")
+file(WRITE ${OUTPUT}.tmp "// Made by EmbedPage.cmake.\n#include \"report/TrackReportHtml.h\"\nnamespace app {\n")
 foreach(part html css js)
     file(READ ${PAGE}.${part} text)
     string(FIND "${text}" ")page\"" clash)

@@ -28,7 +28,7 @@ std::string extensionOf(const std::string& path)
 }
 
 constexpr const char* kImportExtensions[] = {".bvh", ".glb", ".gltf", ".vrm", ".vrma"};
-constexpr const char* kExportExtensions[] = {".bvh"};
+constexpr const char* kExportExtensions[] = {".bvh", ".glb"};
 
 Result requireExtension(const std::string& path, std::span<const char* const> known, const char* what)
 {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The evaluated motion of an imported hierarchy back into the channels of its file.
+#include "files/GltfExport.h"
 #include "formats/Bvh.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
@@ -153,6 +154,8 @@ ResultOf<MotionExport> exportMotionText(Scene& scene, std::string& out, const Mo
     if (!found.ok())
         return Answer::failure(found.message);
     const MotionSource& source = *found.value.source;
+    if (source.gltf)
+        return exportGltf(scene, source, out);
     formats::BvhReadResult read =
         formats::readBvh(source.text, formats::BvhReadOptions{kRules[static_cast<int>(source.offsets)]});
     if (const auto* error = std::get_if<formats::BvhError>(&read))
@@ -167,6 +170,12 @@ ResultOf<MotionExport> exportMotionText(Scene& scene, std::string& out, const Mo
 
 ResultOf<MotionExport> exportMotion(Scene& scene, const std::string& path, const MotionExportOptions& options)
 {
+    const ResultOf<Found> found = findSource(scene, options.root);
+    if (found.ok() && found.value.source->gltf != path.ends_with(".glb"))
+        return ResultOf<MotionExport>::failure(
+            "'" + found.value.source->fileName
+            + "' was imported, so the motion goes into a file that ends in "
+            + (found.value.source->gltf ? ".glb." : ".bvh."));
     std::string text;
     ResultOf<MotionExport> answer = exportMotionText(scene, text, options);
     if (!answer.ok())

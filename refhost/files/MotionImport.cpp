@@ -6,6 +6,7 @@
 #include "files/GltfImport.h"
 #include "files/ImportFault.h"
 #include "files/SceneFileParts.h"
+#include "formats/GltfWriter.h"
 #include "formats/RoleJoints.h"
 #include "refhost/Host.h"
 
@@ -83,18 +84,6 @@ public:
         m_Out.humanoid = setBoneNames(m_Scene, formats::roleJoints(m_Motion), m_Items);
         m_Out.items = std::move(m_Items);
         return std::move(m_Out);
-    }
-
-    static void keepSource(Scene& scene, const MotionImport& done, std::string_view text,
-                           const std::string& fileName, OffsetReading offsets)
-    {
-        auto source = std::make_shared<MotionSource>();
-        source->fileName = isStorableText(fileName) ? fileName : "unnamed.bvh";
-        source->text = text;
-        source->offsets = offsets;
-        for (const Item* item : done.items)
-            source->items.push_back(item ? item->id() : 0);
-        require(scene.setData(*done.roots.front(), kMotionSourceKind, std::move(source)));
     }
 
 private:
@@ -236,6 +225,17 @@ ResultOf<MotionImport> importInStep(Scene& scene, const std::string& fileName, M
     }
 }
 
+/// The first root keeps the file, so that the scene can be moved and exported later.
+void keepSource(Scene& scene, const MotionImport& done, MotionSource source)
+{
+    if (!isStorableText(source.fileName))
+        source.fileName = "unnamed";
+    for (const Item* item : done.items)
+        source.items.push_back(item ? item->id() : 0);
+    require(scene.setData(*done.roots.front(), kMotionSourceKind,
+                          std::make_shared<MotionSource>(std::move(source))));
+}
+
 /// GLB by its mark, glTF by its brace: a BVH file begins with neither.
 bool isGltf(std::string_view bytes)
 {
@@ -253,7 +253,21 @@ ResultOf<MotionImport> importGltfFile(Scene& scene, std::string_view bytes, cons
     const formats::GltfReadResult result = formats::readGltf(bytes, folder.empty() ? "." : folder.string());
     if (const auto* error = std::get_if<formats::GltfError>(&result))
         return Answer::failure(error->place.empty() ? error->reason : error->place + ": " + error->reason);
-    return importMotion(scene, std::get<formats::Gltf>(result), options);
+    const auto& gltf = std::get<formats::Gltf>(result);
+    formats::GltfWriteResult whole = std::string(bytes);
+    if (!bytes.starts_with("glTF"))
+        whole = formats::writeGlb(gltf, {});
+    if (const auto* error = std::get_if<formats::GltfError>(&whole))
+        return Answer::failure(error->place + ": " + error->reason);
+    return importInStep(scene, path, [&] {
+        MotionImport done = importGltf(scene, gltf, options);
+        MotionSource source;
+        source.fileName = std::filesystem::path(path).filename().string();
+        source.text = std::get<std::string>(std::move(whole));
+        source.gltf = true;
+        keepSource(scene, done, std::move(source));
+        return done;
+    });
 }
 
 } // namespace
@@ -296,7 +310,11 @@ ResultOf<MotionImport> importMotionText(Scene& scene, std::string_view text, con
         return Answer::failure(lineText(error->line, error->reason));
     return importInStep(scene, fileName, [&] {
         MotionImport done = Importer(scene, std::get<formats::BvhMotion>(result), options).run();
-        Importer::keepSource(scene, done, text, fileName, options.offsets);
+        MotionSource source;
+        source.fileName = fileName;
+        source.text = text;
+        source.offsets = options.offsets;
+        keepSource(scene, done, std::move(source));
         return done;
     });
 }

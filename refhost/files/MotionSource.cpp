@@ -14,6 +14,7 @@ constexpr const char* kFormatFact = "format";
 constexpr const char* kOffsetsFact = "offsets";
 constexpr const char* kItemsFact = "items";
 constexpr const char* kBvhFormat = "bvh";
+constexpr const char* kGlbFormat = "glb";
 
 std::string joined(const std::vector<ItemId>& ids)
 {
@@ -43,7 +44,7 @@ StoredData write(const DocumentData& data)
 {
     const auto& source = static_cast<const MotionSource&>(data);
     return {{{kNameFact, source.fileName},
-             {kFormatFact, kBvhFormat},
+             {kFormatFact, source.gltf ? kGlbFormat : kBvhFormat},
              {kOffsetsFact, kOffsetReadingNames[static_cast<int>(source.offsets)]},
              {kItemsFact, joined(source.items)}},
             source.text};
@@ -58,7 +59,8 @@ ResultOf<std::shared_ptr<const DocumentData>> read(const StoredData& stored)
         if (fact == kNameFact) {
             source->fileName = text;
         } else if (fact == kFormatFact) {
-            if (text != kBvhFormat)
+            source->gltf = text == kGlbFormat;
+            if (!source->gltf && text != kBvhFormat)
                 return Answer::failure("the motion is of the format '" + text + "', which is not known here");
         } else if (fact == kOffsetsFact) {
             const auto* names = std::begin(kOffsetReadingNames);
@@ -80,8 +82,9 @@ ResultOf<std::shared_ptr<const DocumentData>> read(const StoredData& stored)
 
 std::string MotionSource::digest() const
 {
-    return fileName + '|' + kOffsetReadingNames[static_cast<int>(offsets)] + '|' + joined(items) + '|'
-        + std::to_string(text.size()) + '|' + std::to_string(std::hash<std::string>()(text));
+    return fileName + (gltf ? "|glb|" : "|") + kOffsetReadingNames[static_cast<int>(offsets)] + '|'
+        + joined(items) + '|' + std::to_string(text.size()) + '|'
+        + std::to_string(std::hash<std::string>()(text));
 }
 
 DataKind motionSourceKind() { return {write, read}; }

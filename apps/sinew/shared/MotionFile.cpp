@@ -106,17 +106,21 @@ formats::OffsetRule offsetRule(const std::string& text)
 
 } // namespace
 
+formats::BvhMotion readMotionText(const std::string& file, std::string_view text, const std::string& offsets)
+{
+    formats::BvhReadResult result = formats::readBvh(text, formats::BvhReadOptions{offsetRule(offsets)});
+    if (const auto* error = std::get_if<formats::BvhError>(&result))
+        throw BadInput(atLine(file, error->line, error->reason));
+    return std::get<formats::BvhMotion>(std::move(result));
+}
+
 MotionFile readMotionFile(const MotionOptions& options)
 {
     MotionFile file;
     std::variant<std::string, formats::FileError> text = formats::readWholeFile(options.file);
     if (const auto* error = std::get_if<formats::FileError>(&text))
         throw BadInput(error->reason);
-    formats::BvhReadResult result =
-        formats::readBvh(std::get<std::string>(text), formats::BvhReadOptions{offsetRule(options.offsets)});
-    if (const auto* error = std::get_if<formats::BvhError>(&result))
-        throw BadInput(atLine(options.file, error->line, error->reason));
-    file.motion = std::move(std::get<formats::BvhMotion>(result));
+    file.motion = readMotionText(options.file, std::get<std::string>(text), options.offsets);
     file.figure = formats::guessFigure(file.motion);
     stateUp(options.up, file);
     stateUnit(options.unit, file);

@@ -5,6 +5,7 @@
 #include "formats/Bvh.h"
 
 #include <string>
+#include <string_view>
 
 namespace app {
 
@@ -25,6 +26,10 @@ struct MotionFile {
 
 /// Reads the file; throws BadInput where it or an option is of no use.
 MotionFile readMotionFile(const MotionOptions& options);
+
+/// Reads the text of a BVH file, which messages call `file`; `offsets` is guess, replace or add. Throws
+/// BadInput.
+formats::BvhMotion readMotionText(const std::string& file, std::string_view text, const std::string& offsets);
 
 /// `+Y` and the like.
 std::string upText(const formats::FigureGuess& figure);

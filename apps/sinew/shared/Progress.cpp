@@ -29,7 +29,8 @@ Progress::Progress(std::string label, std::size_t total)
     : m_Label(std::move(label)),
       m_Total(total),
       m_Shown(total > 0 && isTerminal()),
-      m_Next(Clock::now() + 3 * kInterval) // short work shows nothing
+      m_Start(Clock::now()),
+      m_Next(m_Start + 3 * kInterval) // short work shows nothing
 {
 }
 
@@ -39,6 +40,16 @@ Progress::~Progress()
         fmt::print(stderr, "\r\x1b[K");
 }
 
+std::string Progress::timeLeft(std::size_t done) const
+{
+    if (done == 0 || done >= m_Total)
+        return {};
+    const double spent = std::chrono::duration<double>(Clock::now() - m_Start).count();
+    const auto left =
+        static_cast<long>(spent / static_cast<double>(done) * static_cast<double>(m_Total - done));
+    return fmt::format(", {}:{:02} left", left / 60, left % 60);
+}
+
 void Progress::update(std::size_t done)
 {
     if (!m_Shown || Clock::now() < m_Next)
@@ -46,8 +57,8 @@ void Progress::update(std::size_t done)
     m_Next = Clock::now() + kInterval;
     m_Drawn = true;
     const std::size_t filled = done * kWidth / m_Total;
-    fmt::print(stderr, "\r{} [{:#<{}}{:<{}}] {:3}% ({} of {})\x1b[K", m_Label, "", filled, "",
-               kWidth - filled, done * 100 / m_Total, done, m_Total);
+    fmt::print(stderr, "\r{} [{:#<{}}{:<{}}] {:3}% ({} of {}{})\x1b[K", m_Label, "", filled, "",
+               kWidth - filled, done * 100 / m_Total, done, m_Total, timeLeft(done));
     std::fflush(stderr);
 }
 

@@ -15,17 +15,20 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Cheap enough for every frame: draws ten times a second at most.
+    /// Cheap enough for every frame: draws ten times a second at most, with the time left once it can be
+    /// told.
     void update(std::size_t done);
 
 private:
+    std::string timeLeft(std::size_t done) const;
+
     using Clock = std::chrono::steady_clock;
 
     std::string m_Label;
     std::size_t m_Total;
     bool m_Shown; // the stream is a terminal
     bool m_Drawn = false;
-    Clock::time_point m_Next;
+    Clock::time_point m_Start, m_Next;
 };
 
 } // namespace app

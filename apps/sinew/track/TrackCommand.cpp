@@ -2,10 +2,11 @@
 // From the options of `track` to files and reports.
 #include "track/TrackCommand.h"
 
+#include "report/TrackReportHtml.h"
+#include "report/TrackReportJson.h"
 #include "shared/Console.h"
 #include "shared/Json.h"
-#include "track/TrackReportHtml.h"
-#include "track/TrackReportJson.h"
+#include "shared/OutputFile.h"
 #include "track/TrackRun.h"
 
 #include <fmt/format.h>
@@ -47,44 +48,17 @@ void checkSettings(const TrackSettings& settings)
     requireNumber("--pull", settings.pull, false);
 }
 
-bool sameFile(const std::string& a, const std::string& b)
-{
-    std::error_code code;
-    if (fs::equivalent(a, b, code))
-        return true;
-    return fs::weakly_canonical(a, code) == fs::weakly_canonical(b, code);
-}
-
-/// Says before a long solve, not after it, that a file could never be written.
-void checkPlace(const char* option, const std::string& path)
-{
-    if (path.empty())
-        throw BadInput(fmt::format("{}: a file name is missing", option));
-    std::error_code code;
-    if (fs::is_directory(path, code))
-        throw BadInput(fmt::format("{}: {} is a folder; name a file", option, path));
-    const fs::path folder = fs::path(path).parent_path();
-    if (!folder.empty() && !fs::is_directory(folder, code))
-        throw BadInput(fmt::format("{}: there is no folder {}; make it first", option, folder.string()));
-}
-
 void checkPlaces(const TrackOptions& options)
 {
-    checkPlace("-o", options.output);
+    checkOutputPlace("-o", options.output);
     if (options.htmlFile.empty())
         return;
-    checkPlace("--report", options.htmlFile);
+    checkOutputPlace("--report", options.htmlFile);
     if (sameFile(options.htmlFile, options.output))
         throw BadInput("--report and -o name the same file; give them different names");
     if (sameFile(options.htmlFile, options.motion.file))
         throw BadInput(
             fmt::format("--report: {} is the motion that is read; give another name", options.htmlFile));
-}
-
-void writeFile(const std::string& path, std::string_view text)
-{
-    if (const std::optional<std::string> reason = formats::writeFileAtomically(path, text))
-        throw BadInput(*reason);
 }
 
 /// The figure's height, or its longest side where it lies flat along the up axis.
@@ -208,11 +182,11 @@ int runTrack(const TrackOptions& options)
     trackMotion(file.motion, request, report);
 
     const Clock::time_point written = Clock::now();
-    writeFile(options.output, formats::writeBvh(file.motion));
+    writeOutput(options.output, formats::writeBvh(file.motion));
     report.writeSeconds = secondsSince(written);
     report.totalSeconds = secondsSince(start);
     if (!options.htmlFile.empty())
-        writeFile(options.htmlFile, trackReportHtml(report));
+        writeOutput(options.htmlFile, trackReportHtml(report));
 
     for (const std::string& warning : report.warnings)
         complain(warning);

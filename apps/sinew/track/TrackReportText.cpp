@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The report for the terminal.
-#include "track/TrackReport.h"
+#include "report/TrackReport.h"
 
 #include "shared/Console.h"
 

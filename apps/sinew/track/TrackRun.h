@@ -2,9 +2,9 @@
 // Solves a motion frame by frame and measures the outcome.
 #pragma once
 
+#include "report/TrackReport.h"
 #include "shared/MotionFile.h"
 #include "track/GoalSelection.h"
-#include "track/TrackReport.h"
 #include "track/TrackSolver.h"
 
 namespace app {

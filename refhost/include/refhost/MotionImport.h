@@ -53,9 +53,11 @@ struct MotionImport {
 class MotionSource final : public DocumentData {
 public:
     std::string fileName; ///< without folders
-    std::string text;
+    std::string text; ///< or the bytes, as GLB with everything in it
+    bool gltf = false;
     OffsetReading offsets = OffsetReading::Guess;
-    std::vector<ItemId> items; ///< by joint of the file, end sites included; 0 for those that were left out
+    std::vector<ItemId>
+        items; ///< by joint or node of the file, end sites included; 0 for those that were left out
 
     std::string digest() const override;
 };
@@ -93,7 +95,8 @@ struct MotionExport {
 };
 
 /// Writes the evaluated world transforms of an imported hierarchy into the file's own channels, frame by
-/// frame. Refused when the scene has no imported motion, or several and no root was given.
+/// frame; of glTF they become an animation in the place of the first. Refused when the scene has no imported
+/// motion, or several and no root was given.
 ResultOf<MotionExport> exportMotion(Scene& scene, const std::string& path,
                                     const MotionExportOptions& options = {});
 /// The same; the file's text goes to `out`.

@@ -45,11 +45,12 @@ function frameLink(parent, frame) {
 // ---- Numbers ------------------------------------------------------------------------------------------------------
 
 function fillHead() {
-  document.title = `${fileName(report.output)}: tracked motion`;
+  document.title = `${fileName(report.output)}: ${data.title || "tracked motion"}`;
   $("title").textContent = `${fileName(report.input)} → ${fileName(report.output)}`;
   const goals = plural(report.goals.length, "joint"), figure = report.figure;
   const tall = figure.metres_per_unit ? `, ${number(height * figure.metres_per_unit)} m tall in ${figure.unit}` : "";
-  $("subtitle").textContent = `${plural(figure.joint_count, "joint")} solved from the motion of ${goals}, ` +
+  const what = data.title ? `${data.title}: ` : "";
+  $("subtitle").textContent = `${what}${plural(figure.joint_count, "joint")} solved from the motion of ${goals}, ` +
     `${plural(report.frames.count, "frame")} (${report.frames.first} to ${report.frames.last})${tall}, ${figure.up} up`;
   const diverged = report.diverged.count > 0;
   const verdict = $("verdict");
@@ -104,6 +105,7 @@ function fillTables() {
     const box = add(line, "td");
     for (const part of parts) typeof part === "number" ? frameLink(box, part) : box.append(part);
   };
+  for (const [name, text] of data.facts) fact(name, text);
   for (const key of ["source", "solved"]) {
     const step = report.joint_step[key];
     if (step) fact(`largest step, ${key}`, `${number(step.degrees)}° ${step.joint}, frame `, step.frame);

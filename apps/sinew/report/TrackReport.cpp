@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Summarises the measurements of a tracked motion.
-#include "track/TrackReport.h"
+#include "report/TrackReport.h"
 
 #include <algorithm>
 #include <cmath>

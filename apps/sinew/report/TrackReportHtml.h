@@ -2,7 +2,7 @@
 // The track report as one self-contained page: figure in motion, plots and tables, nothing from a network.
 #pragma once
 
-#include "track/TrackReport.h"
+#include "report/TrackReport.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Puts the report's data, quantised, into the page.
-#include "track/TrackReportHtml.h"
+#include "report/TrackReportHtml.h"
 
-#include "track/TrackReportJson.h"
+#include "report/TrackReportJson.h"
 
 #include <algorithm>
 #include <cmath>
@@ -104,6 +104,11 @@ Json pageData(const TrackReport& report)
                  {"box", {{"low", box.low}, {"size", box.size}}},
                  {"source", quantised(animation.source, box)},
                  {"solved", quantised(animation.solved, box)}};
+    Json facts = Json::array();
+    for (const auto& [name, text] : report.facts)
+        facts.push_back({name, text});
+    data["facts"] = std::move(facts);
+    data["title"] = report.title;
     Json goals = Json::array();
     for (const GoalReport& goal : report.goals)
         goals.push_back(goal.jointIndex);

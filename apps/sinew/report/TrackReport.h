@@ -87,6 +87,8 @@ struct TrackReport {
     std::optional<double> maxMeanError; ///< file units, as the user stated
     bool missed = false; ///< the mean distance exceeds it
     std::vector<std::string> warnings;
+    std::string title; ///< of the page, in the place of `tracked motion`
+    std::vector<std::pair<std::string, std::string>> facts; ///< further lines of the page: name and text
     TrackAnimation animation; ///< empty unless asked for
 
     bool hasPositionGoals() const;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Puts the report into JSON fields.
-#include "track/TrackReportJson.h"
+#include "report/TrackReportJson.h"
 
 #include <algorithm>
 

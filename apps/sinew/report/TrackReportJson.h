@@ -2,8 +2,8 @@
 // The track report for machines.
 #pragma once
 
+#include "report/TrackReport.h"
 #include "shared/Json.h"
-#include "track/TrackReport.h"
 
 namespace app {
 
