@@ -101,8 +101,9 @@ typedef struct ZxLocatorTable {
     /** [any] Transform item of a kind, 0 scale, 1 rotation, 2 position; kZxNotFound if the item has none. The
      * caller releases it. */
     zxresult (*transformItem)(ZxObject* self, uint32_t kind, ZxObject** item);
-    /** [edit] Puts the item at a world position, as plain values of `write`; what stands above it is as
-     * `read` shows it. A transform item that is missing is made. */
+    /** [edit] Puts the item at a world position, changing values of `write` and keys at its time where there
+     * are keys, making none; what stands above it is as `read` shows it. A transform item that is missing is
+     * made. */
     zxresult (*setWorldPosition)(ZxObject* self, ZxObject* write, ZxObject* read, const double* three);
     /** [edit] Turns the item to a world rotation, in the same way. */
     zxresult (*setWorldRotation)(ZxObject* self, ZxObject* write, ZxObject* read, const double* nine);
