@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What a rig costs in a host: frames of rigs through the loaded plug-in, loading it, scene files and undo.
 // Labels are hashes of what was computed: a speed-up that changes an answer shows.
+#include <refhost/Commands.h>
 #include <refhost/Evaluation.h>
 #include <refhost/Host.h>
 #include <refhost/Modules.h>
@@ -265,6 +266,68 @@ void loadModule(benchmark::State& state)
     }
 }
 BENCHMARK(loadModule)->Unit(benchmark::kMicrosecond);
+
+/// A spine of 20 locators with limbs of 10, 500 in all, in setup mode.
+class Hierarchy {
+public:
+    Hierarchy()
+    {
+        require(Modules::of(host).load(Modules::defaultPath()));
+        const LoadingScope loading(scene.journal());
+        require(scene.setSetupMode(true));
+        for (int i = 0; i < 500; ++i) {
+            Item* parent = i == 0       ? nullptr
+                : i < 20 || i % 10 != 0 ? items.back()
+                                        : items[static_cast<std::size_t>(i / 10 % 20)];
+            items.push_back(require(scene.createItem(host.locatorType(), "joint", {.parent = parent})));
+            Item& position = *require(scene.addTransformItem(*items.back(), TransformKind::Position));
+            require(scene.writeNumber(*position.channel("pos.Y"), Action::Setup, 0, 1, WriteMode::Plain));
+            require(scene.addTransformItem(*items.back(), TransformKind::Rotation));
+        }
+    }
+
+    Host host;
+    Scene& scene = host.newScene();
+    std::vector<Item*> items;
+};
+
+void assignRig(benchmark::State& state)
+{
+    Hierarchy figure;
+    Commands& commands = Commands::of(figure.host);
+    for (auto _ : state) {
+        if (!commands.execute("ikfb.assign item:joint").ok())
+            throw std::runtime_error("ikfb.assign was refused");
+        state.PauseTiming();
+        require(figure.scene.journal().undo());
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(assignRig)->Unit(benchmark::kMillisecond);
+
+/// The enable tests of the eight commands with 100 joints of a rig selected. The label has a 1 for each that
+/// is enabled.
+void enableTests(benchmark::State& state)
+{
+    Hierarchy figure;
+    Commands& commands = Commands::of(figure.host);
+    if (!commands.execute("ikfb.assign item:joint").ok())
+        throw std::runtime_error("ikfb.assign was refused");
+    for (std::size_t i = 100; i < 200; ++i)
+        require(figure.host.selection().select({&figure.scene, figure.items[i]}));
+    std::vector<std::unique_ptr<Invocation>> eight;
+    for (const char* name : {"ikfb.assign", "ikfb.chain", "ikfb.goal", "ikfb.goalAssign", "ikfb.remove",
+                             "ikfb.retarget", "ikfb.setRest", "ikfb.task"})
+        eight.push_back(std::move(commands.spawn(name).value));
+    std::string answers;
+    for (auto _ : state) {
+        answers.clear();
+        for (const auto& invocation : eight)
+            answers += commands.test(*invocation).yes ? '1' : '0';
+    }
+    state.SetLabel(answers);
+}
+BENCHMARK(enableTests)->Unit(benchmark::kMicrosecond);
 
 /// 10,000 locators and 50 rigs.
 RigScene& largeScene()

@@ -16,6 +16,8 @@
 #include "rig/CMarionetNode.h"
 #include "rig/RigInstances.h"
 #include "rig/RigPackages.h"
+#include "tool/CFindMapVisitor.h"
+#include "tool/CPoseTool.h"
 
 void initialize(CZxThisModule& module)
 {
@@ -35,15 +37,17 @@ void initialize(CZxThisModule& module)
     module.AddServer<CIKTaskModifier, CZxIfc_EvalModifier, CZxIfc_StaticDesc>("iktask");
     module.AddServer<CIKPackage, CZxIfc_Package, CZxIfc_StaticDesc, CZxIfc_ChannelUI>("ik.package");
     module.AddServer<CMarionetItem, CZxIfc_Package, CZxIfc_StaticDesc>("ikFullBody");
+    module.AddServer<CPoseTool, CZxIfc_Tool, CZxIfc_ToolModel, CZxIfc_Attributes>("ik.pose");
 
     module.addSpawner<CMarionetNode, CZxIfc_Modifier>();
     module.addSpawner<CIKTaskNode, CZxIfc_Modifier>();
-    module.addSpawner<CIKInstance, CZxIfc_PackageInstance>();
+    module.addSpawner<CIKInstance, CZxIfc_PackageInstance, CZxIfc_ViewItem3D>();
     module.addSpawner<CMarionetJointInstance, CZxIfc_PackageInstance>();
-    module.addSpawner<CMarionetPositionTaskInstance, CZxIfc_PackageInstance>();
+    module.addSpawner<CMarionetPositionTaskInstance, CZxIfc_PackageInstance, CZxIfc_ViewItem3D>();
     module.addSpawner<CMarionetOrientationTaskInstance, CZxIfc_PackageInstance>();
-    module.addSpawner<CMarionetInstance, CZxIfc_PackageInstance>();
+    module.addSpawner<CMarionetInstance, CZxIfc_PackageInstance, CZxIfc_ViewItem3D>();
     module.addSpawner<CZxArgumentValue, CZxIfc_Value, CZxIfc_ValueReference>();
+    module.addSpawner<CFindMapVisitor, CZxIfc_Visitor>();
     // clang-format on
 }
 

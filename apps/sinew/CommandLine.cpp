@@ -8,6 +8,7 @@
 #include "retarget/RetargetCommand.h"
 #include "run/RunCommand.h"
 #include "shared/Console.h"
+#include "shot/ShotCommand.h"
 #include "track/TrackCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -50,16 +51,26 @@ void addInfo(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command = program.add_subcommand("info", "Tells what is in a motion file.");
-    command->add_option("FILE", options->motion.file, "BVH file")->type_name("")->required();
-    command->add_option("--pose", options->pose, "list every joint's world transform at this frame, from 0")
+    command->add_option("FILE", options->motion.file, "BVH, glTF, GLB, VRM or VRMA file")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option(
+            "--pose", options->pose,
+            "list every joint's world transform at this frame, from 0;\nof glTF at a time in seconds, or "
+            "`rest`")
         ->type_name("FRAME");
+    command->add_option("--animation", options->animation, "of glTF: the animation that --pose is taken from")
+        ->type_name("NAME");
     command->add_flag("--json", options->json, "write JSON to the standard output");
     addMotionOptions(*command, options->motion);
-    command->footer("Unit and up axis are in no BVH file: they are guessed from the figure, and nothing is\n"
-                    "rescaled. Exit codes: 0 done, 2 bad input, 3 internal error.\n\n"
-                    "Examples:\n"
-                    "  sinew info walk.bvh\n"
-                    "  sinew info walk.bvh --pose 0 --json\n");
+    command->footer(
+        "Unit and up axis are in no BVH file: they are guessed from the figure, and nothing is\n"
+        "rescaled. glTF is in metres, +Y up. Exit codes: 0 done, 2 bad input, 3 internal error.\n\n"
+        "Examples:\n"
+        "  sinew info walk.bvh\n"
+        "  sinew info walk.bvh --pose 0 --json\n"
+        "  sinew info fox.glb --animation Run --pose 0.5\n");
     command->callback([options, &action] { action = [options] { return runInfo(*options); }; });
 }
 
@@ -272,8 +283,46 @@ void addRun(CLI::App& program, Action& action)
     command->callback([options, &action] { action = [options] { return runScript(*options); }; });
 }
 
+void addShot(CLI::App& program, Action& action)
+{
+    auto options = std::make_shared<ShotOptions>();
+    CLI::App* command =
+        program.add_subcommand("shot", "Draws a picture of a character, motion or scene, without a display.");
+    command->add_option("FILE", options->file, "BVH or glTF file, or a scene (.sinew.json)")
+        ->type_name("")
+        ->required();
+    command->add_option("-o,--output", options->output, "the PNG file to write")
+        ->type_name("PNG")
+        ->required();
+    command->add_option("--time", options->time, "seconds; of a sheet, where it begins")
+        ->type_name("T")
+        ->capture_default_str();
+    command->add_option("--camera", options->camera, "front, side, top or free")
+        ->type_name("NAME")
+        ->capture_default_str();
+    command->add_option("--size", options->size, "pixels of the whole picture")
+        ->type_name("WxH")
+        ->capture_default_str();
+    command->add_option("--sheet", options->sheet, "a contact sheet of so many moments up to the last key")
+        ->type_name("COUNT");
+    command->add_option("--up", options->up, "y or z; without: guessed for BVH files, y for others")
+        ->type_name("AXIS");
+    command
+        ->add_option("--skeleton", options->skeleton,
+                     "auto (lines inside meshes, bones without them), on or\noff")
+        ->type_name("HOW")
+        ->capture_default_str();
+    command->add_flag("--no-floor", options->noFloor, "no floor grid and no shadow");
+    command->footer("The camera stands so that all of the scene is seen. Exit codes: 0 done, 2 bad input, 3\n"
+                    "internal error.\n\n"
+                    "Examples:\n"
+                    "  sinew shot walk.bvh -o walk.png --time 0.5 --camera side\n"
+                    "  sinew shot walk.bvh -o sheet.png --sheet 12 --size 1600x900\n");
+    command->callback([options, &action] { action = [options] { return runShot(*options); }; });
+}
+
 /// A new subcommand is a function like the two above and a line here.
-constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo,  addTrack, addRetarget,
+constexpr void (*kSubcommands[])(CLI::App&, Action&) = {addInfo,  addTrack, addRetarget, addShot,
                                                         addBench, addRun,   addCheck};
 
 int runGuarded(const Action& action)

@@ -64,12 +64,39 @@ std::vector<GltfMatrix> bindWorld(const Gltf& gltf, const GltfSkin& skin,
     return bind;
 }
 
+bool hasInverse(const GltfMatrix& matrix)
+{
+    const GltfMatrix product = multiply(matrix, inverse(matrix));
+    for (std::size_t i = 0; i < product.size(); ++i)
+        if (!(std::abs(product[i] - kGltfIdentity[i]) < 1e-6))
+            return false;
+    return true;
+}
+
+/// Bind matrices that cannot be turned round, or that put all joints into one place, say nothing of a pose.
+bool meansPose(const GltfSkin& skin, const std::vector<GltfMatrix>& bind, double extent)
+{
+    if (!std::all_of(skin.inverseBind.begin(), skin.inverseBind.end(), hasInverse))
+        return false;
+    double apart = 0;
+    for (const GltfMatrix& place : bind)
+        apart = std::max(
+            apart, std::hypot(place[12] - bind[0][12], place[13] - bind[0][13], place[14] - bind[0][14]));
+    return apart > kNearPosition * extent;
+}
+
 void settleSkin(Gltf& gltf, std::size_t skinIndex, std::vector<bool>& settled)
 {
     const GltfSkin& skin = gltf.skins[skinIndex];
     const std::vector<GltfMatrix> world = worldMatrices(gltf, restPose(gltf));
     const double extent = extentOf(world, skin.joints);
     const std::vector<GltfMatrix> bind = bindWorld(gltf, skin, world);
+    if (extent > 0 && !meansPose(skin, bind, extent)) {
+        gltf.notes.push_back(
+            {"skins[" + std::to_string(skinIndex) + "]",
+             "has inverse bind matrices that give no pose; the rest pose is that of the nodes"});
+        return;
+    }
     std::map<int, std::size_t> jointOfNode;
     std::size_t apart = 0;
     for (std::size_t j = 0; j < skin.joints.size(); ++j) {
@@ -120,8 +147,10 @@ void settleSkin(Gltf& gltf, std::size_t skinIndex, std::vector<bool>& settled)
 void settleRestPose(Gltf& gltf)
 {
     std::vector<bool> settled(gltf.nodes.size());
-    constexpr std::size_t kMostWork = 20'000'000; // every skin walks all nodes
-    if (gltf.skins.size() * gltf.nodes.size() > kMostWork) {
+    constexpr std::size_t kMostWork = 2'000'000; // every skin walks all nodes
+    const auto bound = std::count_if(gltf.skins.begin(), gltf.skins.end(),
+                                     [](const GltfSkin& skin) { return skin.hasInverseBind; });
+    if (static_cast<std::size_t>(bound) * gltf.nodes.size() > kMostWork) {
         gltf.notes.push_back(
             {"skins", "are too many to compare the rest pose with their inverse bind matrices"});
         return;

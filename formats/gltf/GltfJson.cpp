@@ -80,7 +80,7 @@ private:
             if (level.json->is_array())
                 path += '[' + std::to_string(level.json->empty() ? 0 : level.json->size() - 1) + ']';
             else if (level.key != nullptr)
-                path += (path.empty() ? "" : ".") + *level.key;
+                path += (path.empty() ? "" : ".") + pathKey(*level.key);
         }
         return path;
     }
@@ -136,6 +136,27 @@ private:
     GltfRefusal m_Refusal;
 };
 
+/// Refuses words outside of texts (numbers, that is) that are absurdly long: the parser keeps several copies.
+void checkWords(std::string_view text, std::size_t firstByte)
+{
+    constexpr std::size_t kLongestWord = 1024;
+    bool inText = false;
+    std::size_t start = 0; // of the word
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (inText) {
+            i += c == '\\';
+            inText = c != '"';
+            start = i + 1;
+        } else if (std::string_view("\",:[]{}").find(c) != std::string_view::npos || isSpace(c)) {
+            inText = c == '"';
+            start = i + 1;
+        } else if (i - start > kLongestWord) {
+            refuse("byte " + std::to_string(firstByte + start), "a number has more than 1,024 digits");
+        }
+    }
+}
+
 std::string kindOf(const Json& json)
 {
     if (json.is_string())
@@ -149,12 +170,24 @@ std::string kindOf(const Json& json)
 
 void refuse(std::string place, std::string reason) { throw GltfRefusal{std::move(place), std::move(reason)}; }
 
+std::string pathKey(std::string_view key)
+{
+    constexpr std::size_t kLongest = 60;
+    if (key.size() <= kLongest)
+        return std::string(key);
+    std::size_t end = kLongest;
+    while (end > 0 && (static_cast<unsigned char>(key[end]) & 0xC0) == 0x80) // not inside a character
+        --end;
+    return std::string(key.substr(0, end)) + "...";
+}
+
 Json parseGltfJson(std::string_view text, std::size_t firstByte)
 {
     Builder builder(firstByte);
     // The parser takes a zero byte for the end of its input.
     if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos)
         refuse("byte " + std::to_string(firstByte + zero), "a zero byte stands in the JSON");
+    checkWords(text, firstByte);
     if (!Json::sax_parse(text.begin(), text.end(), &builder))
         throw builder.refusal();
     return builder.take();

@@ -28,6 +28,9 @@ struct GltfRefusal {
 /// so that what it makes can be copied, written and dropped, and doubled keys are refused.
 Json parseGltfJson(std::string_view text, std::size_t firstByte);
 
+/// A key of the file as part of a path: what is too long for a message is cut.
+std::string pathKey(std::string_view key);
+
 /// A value of the document and the path that leads to it. The library's own conversions wrap and round in
 /// silence; these refuse.
 class JsonView {

@@ -66,6 +66,7 @@ private:
     JsonView m_Root;
     GltfAccessors m_Accessors;
     std::vector<bool> m_HasMatrix; // by node
+    std::vector<std::size_t> m_ListedBy; // by node: the last skin that lists it, from 1
 };
 
 /// Moves the rest pose of joints to where their inverse bind matrices say, skin by skin, where the nodes'

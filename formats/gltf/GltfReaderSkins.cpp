@@ -27,13 +27,14 @@ void GltfReader::readSkin(const JsonView& view)
     if (joints.size() > std::numeric_limits<std::uint16_t>::max())
         refuse(joints.path(), "are " + std::to_string(joints.size()) + "; vertices can name 65,535 at most");
     m_Accessors.spend(joints.path(), joints.size() * sizeof(GltfMatrix));
-    std::vector<bool> listed(nodeCount());
+    m_ListedBy.resize(nodeCount());
+    const std::size_t number = m_Gltf.skins.size() + 1; // 0 is no skin
     for (std::size_t j = 0; j < joints.size(); ++j) {
         const JsonView joint = joints[j];
         const std::size_t index = joint.index(nodeCount(), "nodes");
-        if (listed[index])
+        if (m_ListedBy[index] == number)
             refuse(joint.path(), "lists node " + std::to_string(index) + " twice");
-        listed[index] = true;
+        m_ListedBy[index] = number;
         m_Gltf.nodes[index].joint = true;
         skin.joints.push_back(static_cast<int>(index));
     }

@@ -100,7 +100,7 @@ void GltfReader::readHumanBones(const JsonView& bones)
 {
     for (const auto& [bone, value] : bones.object().json().get_ref<const Json::object_t&>()) {
         // Programs that write VRM 1 leave bones without a node in as null, or as objects without a node.
-        const JsonView view(value, bones.path() + "." + bone);
+        const JsonView view(value, bones.path() + "." + pathKey(bone));
         if (value.is_null())
             continue;
         if (const auto nodeView = view.find("node"))

@@ -64,6 +64,14 @@ public:
     }
 };
 
+/// Whether two holders, of whatever interfaces, hold one object.
+inline bool IsSameObject(const CZxObject& a, const CZxObject& b)
+{
+    CZxLocalizedObject first, second;
+    return succeeded(first.query(a.object(), kZxIdObject)) && succeeded(second.query(b.object(), kZxIdObject))
+        && first.object() == second.object();
+}
+
 /// The same with the interface's table known, and the forwarding call.
 template <class Table>
 class CZxLocalize : public CZxLocalizedObject {

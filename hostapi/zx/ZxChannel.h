@@ -19,7 +19,8 @@ typedef struct ZxChannelReadTable {
     zxresult (*integer)(ZxObject* self, ZxObject* item, int32_t channel, int32_t* value);
     /** [any] Value as a number, with the same failure. */
     zxresult (*number)(ZxObject* self, ZxObject* item, int32_t channel, double* value);
-    /** [any] Value of a matrix channel (interface Matrix), a copy for reading; the caller releases it. */
+    /** [any] Value of a matrix channel (interface Matrix) or of the channel "mesh" (interface MeshFilter), a
+     * copy for reading; the caller releases it. */
     zxresult (*value)(ZxObject* self, ZxObject* item, int32_t channel, ZxObject** value);
 } ZxChannelReadTable;
 

@@ -108,6 +108,24 @@ typedef struct ZxLocatorTable {
     zxresult (*setWorldRotation)(ZxObject* self, ZxObject* write, ZxObject* read, const double* nine);
 } ZxLocatorTable;
 
+static const ZxId kZxIdLocatorPose = {0xdf8d22405078213full, 0x684503e862bc0c90ull};
+
+/** A locator's own transform channels; asked of an item. Wherever an item has more transforms than the one
+ * asked for, such as a pivot, the host takes them out. */
+typedef struct ZxLocatorPoseTable {
+    ZxObjectOps object;
+    /** [edit] Makes the transform item of a kind, 0 scale, 1 rotation, 2 position; one that is there is
+     * given. The caller releases it. */
+    zxresult (*addTransformItem)(ZxObject* self, uint32_t kind, ZxObject** item);
+    /** [any] The rotation that the rotation channels must show for the item to have the rotation `nine`
+     * relative to its parent, with the other transforms as `read` shows them; kZxNotFound without a rotation
+     * item, kZxInvalidArgument for numbers that are not finite. */
+    zxresult (*rotationForChannels)(ZxObject* self, ZxObject* read, const double* nine, double* result);
+    /** [any] The position that the position channels must show for the item to stand at `three` relative to
+     * its parent, in the same way. */
+    zxresult (*positionForChannels)(ZxObject* self, ZxObject* read, const double* three, double* result);
+} ZxLocatorPoseTable;
+
 #ifdef __cplusplus
 }
 #endif

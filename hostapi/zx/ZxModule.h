@@ -57,7 +57,8 @@ static const ZxId kZxIdContext = {0x7a017b3296268449ull, 0xe0db9e4a351aca5cull};
 typedef struct ZxContextTable {
     ZxObjectOps object;
     /** [any] The service with this interface (SceneService, SelectionService, ScenePacketTranslation,
-     * ItemPacketTranslation, CommandService); kZxNotFound if the host has none such. The caller releases it.
+     * ItemPacketTranslation, CommandService, PacketService); kZxNotFound if the host has none such. The
+     * caller releases it.
      */
     zxresult (*service)(ZxObject* self, const ZxId* interfaceId, ZxObject** service);
 } ZxContextTable;

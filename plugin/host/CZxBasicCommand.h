@@ -1,71 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Bases of commands: the store of their arguments, and the two interfaces in one.
+// Bases of commands: their arguments, and the two interfaces in one.
 #pragma once
 
-#include "host/CZxCommand.h"
+#include "host/CZxDynamicAttributes.h"
 
-#include <span>
-#include <string>
-#include <vector>
-
-/// One argument, as a fact.
-struct ArgumentRow {
-    const char* name;
-    const char* type; ///< "integer", "boolean", "float", "text" or "&item"
-    uint32_t flags; ///< kZxArgumentOptional and kZxArgumentHidden
-};
-
-/// The value of one argument, which the host fills in.
-class CZxArgumentValue final : public CZxImpl_Value, public CZxImpl_ValueReference {
-public:
-    zxresult type(const char** type) override;
-    zxresult integer(int32_t* value) override;
-    zxresult number(double* value) override;
-    zxresult text(const char** value) override;
-    zxresult setInteger(int32_t value) override;
-    zxresult setNumber(double value) override;
-    zxresult setText(const char* value) override;
-    zxresult get(ZxObject** object) override;
-    zxresult set(ZxObject* object) override;
-
-    void setType(const char* literal) { m_Type = literal; }
-
-private:
-    const char* m_Type = "integer";
-    double m_Number = 0;
-    std::string m_Text;
-    CZxObject m_Object;
-};
-
-/// Arguments that are declared as rows of a table.
-class CZxDynamicArguments : public CZxImpl_Attributes, public CZxImpl_AttributesUI {
-public:
-    zxresult count(uint32_t* count) override;
-    zxresult name(uint32_t index, const char** name) override;
-    zxresult type(uint32_t index, const char** type) override;
-    zxresult argumentFlags(uint32_t index, uint32_t* flags) override;
-    zxresult value(uint32_t index, uint32_t writing, ZxObject** value) override;
-    zxresult clear(uint32_t index) override;
-
+/// Arguments, with how they are shown.
+class CZxDynamicArguments : public CZxDynamicAttributes, public CZxImpl_AttributesUI {
 protected:
-    explicit CZxDynamicArguments(std::span<const ArgumentRow> rows);
+    using CZxDynamicAttributes::CZxDynamicAttributes;
     ~CZxDynamicArguments() = default;
-
-    bool isSet(uint32_t index) const { return (m_Arguments[index].flags & kZxArgumentIsSet) != 0; }
-    /// 0 for an argument that is not set.
-    int32_t integer(uint32_t index) const { return m_Arguments[index].value.integer(); }
-    /// 0 for an argument that is not set.
-    double number(uint32_t index) const { return m_Arguments[index].value.number(); }
-    /// Empty for an argument that is not set or yields no item.
-    CZxUser_Item item(uint32_t index) const { return m_Arguments[index].value.reference().item(); }
-
-private:
-    struct Argument {
-        const ArgumentRow* row;
-        uint32_t flags;
-        CZxUser_Value value; ///< made when it is first asked for
-    };
-    std::vector<Argument> m_Arguments;
 };
 
 /// A command with arguments.

@@ -111,6 +111,12 @@ public:
         if (channel >= 0)
             check(call<&ZxChannelWriteTable::number>(item.object(), channel, value));
     }
+    /// As a key at the write's time if one stands there or the channel is keyed; else the plain value. Skips
+    /// a channel index below 0; the failure is the caller's.
+    zxresult changeKey(const CZxUser_Item& item, int32_t channel, double value) const
+    {
+        return channel < 0 ? kZxNotFound : call<&ZxChannelWriteTable::key>(item.object(), channel, value, 0u);
+    }
     /// As a key at the write's time, which is made if it isn't there.
     void createKey(const CZxUser_Item& item, int32_t channel, double value) const
     {

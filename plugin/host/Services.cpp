@@ -14,6 +14,9 @@ using ScenePacketTranslation = CZxLocalize<ZxScenePacketTranslationTable>;
 using SelectionList = CZxLocalize<ZxSelectionListTable>;
 using ItemPacketTranslation = CZxLocalize<ZxItemPacketTranslationTable>;
 using CommandService = CZxLocalize<ZxCommandServiceTable>;
+using PacketService = CZxLocalize<ZxPacketServiceTable>;
+
+constexpr const char* kToolPackets = "tool";
 
 template <class Service>
 Service Find(const ZxId& id)
@@ -115,4 +118,19 @@ CZxUser_Command SpawnCommand(const char* name)
 void ExecuteText(const std::string& line, uint32_t flags)
 {
     Find<CommandService>(kZxIdCommandService).call<&ZxCommandServiceTable::executeText>(line.c_str(), flags);
+}
+
+CZxUser_VectorType NewToolVectorType()
+{
+    return Find<PacketService>(kZxIdPacketService)
+        .fetch<&ZxPacketServiceTable::newVectorType, CZxUser_VectorType>(kToolPackets);
+}
+
+int32_t ToolPacketOffset(const char* packet)
+{
+    int32_t offset = -1;
+    const auto service = Find<PacketService>(kZxIdPacketService);
+    return succeeded(service.call<&ZxPacketServiceTable::packetOffset>(kToolPackets, packet, &offset))
+        ? offset
+        : -1;
 }

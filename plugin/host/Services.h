@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/CZxCommand.h"
+#include "host/CZxEvent.h"
 #include "host/CZxScene.h"
 
 #include <string>
@@ -32,3 +33,8 @@ void ClearItemSelection();
 CZxUser_Command SpawnCommand(const char* name);
 /// Runs one line of text as a command; its failure is its own.
 void ExecuteText(const std::string& line, uint32_t flags);
+
+/// An empty vector type for tool packets; empty when the host has none.
+CZxUser_VectorType NewToolVectorType();
+/// Offset of a tool packet by name; -1 when the host has none such.
+int32_t ToolPacketOffset(const char* packet);

@@ -57,7 +57,8 @@ private:
     void solve();
     void composeAnimatedPose(const ParentFrame& parent);
     void readSolvedPose(const ParentFrame& parent);
-    double blend() const;
+    /// Share of the solved pose, 0 to 1; 0 too while the rig is switched off in setup mode.
+    double shownBlend() const;
     void blendPoses(double blend);
     void writePose() const;
 

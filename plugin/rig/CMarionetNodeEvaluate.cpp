@@ -58,14 +58,13 @@ zxresult CMarionetNode::evaluate()
     const ParentFrame parent = readParentFrame();
     setBones();
     setTasks(parent);
-    const double shown = blend();
-    solve();
-    composeAnimatedPose(parent);
-    readSolvedPose(parent);
-    CZxUser_Scene scene;
-    const bool isSwitchedOff =
-        CurrentScene(scene) && scene.isSetupMode() && !m_Evaluation.isOn(m_Settings.enabled);
-    blendPoses(isSwitchedOff ? 0 : shown);
+    const double blend = shownBlend();
+    solve(); // at any blend: a warm solver goes on from frame to frame
+    if (blend != 1)
+        composeAnimatedPose(parent);
+    if (blend != 0)
+        readSolvedPose(parent);
+    blendPoses(blend);
     writePose();
     return kZxOk;
 }
@@ -238,7 +237,14 @@ void CMarionetNode::setTasks(const ParentFrame& parent) const
     }
 }
 
-double CMarionetNode::blend() const { return std::clamp(m_Evaluation.number(m_Settings.blend), 0.0, 1.0); }
+double CMarionetNode::shownBlend() const
+{
+    const double blend = std::clamp(m_Evaluation.number(m_Settings.blend), 0.0, 1.0);
+    CZxUser_Scene scene;
+    const bool isSwitchedOff =
+        CurrentScene(scene) && scene.isSetupMode() && !m_Evaluation.isOn(m_Settings.enabled);
+    return isSwitchedOff ? 0 : blend;
+}
 
 void CMarionetNode::solve()
 {

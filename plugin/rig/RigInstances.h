@@ -2,6 +2,7 @@
 // What the rig's packages put on the items that carry them.
 #pragma once
 
+#include "host/CZxDraw.h"
 #include "host/CZxPackage.h"
 #include "host/CZxScene.h"
 
@@ -19,8 +20,8 @@ protected:
     CZxUser_Item m_Item;
 };
 
-/// On an item with `ik.package`.
-class CIKInstance final : public CRigInstance {
+/// On an item with `ik.package`: draws the joint's angular limits while it is selected.
+class CIKInstance final : public CRigInstance, public CZxImpl_ViewItem3D {
 public:
     zxresult initialise(ZxObject* item) override
     {
@@ -33,6 +34,7 @@ public:
         m_Scene.clear();
         return CRigInstance::cleanUp();
     }
+    zxresult draw(ZxObject* read, ZxObject* draw, const float* colour) override;
 
 private:
     CZxUser_Scene m_Scene;
@@ -40,9 +42,15 @@ private:
 
 /// On an item with `ik.joint`.
 class CMarionetJointInstance final : public CRigInstance { };
-/// On an item with `ik.positionTask`.
-class CMarionetPositionTaskInstance final : public CRigInstance { };
+/// On an item with `ik.positionTask`: it has nothing to draw, and says whether it could.
+class CMarionetPositionTaskInstance final : public CRigInstance, public CZxImpl_ViewItem3D {
+public:
+    zxresult draw(ZxObject* read, ZxObject* draw, const float* colour) override;
+};
 /// On an item with `ik.orientationTask`.
 class CMarionetOrientationTaskInstance final : public CRigInstance { };
-/// On a solver item.
-class CMarionetInstance final : public CRigInstance { };
+/// On a solver item: draws a marker and the rig's chains.
+class CMarionetInstance final : public CRigInstance, public CZxImpl_ViewItem3D {
+public:
+    zxresult draw(ZxObject* read, ZxObject* draw, const float* colour) override;
+};

@@ -2,6 +2,7 @@
 // The border between the host's matrices in doubles and the engine's quaternions in singles.
 #include "rig/RigMath.h"
 
+#include <algorithm>
 #include <cmath>
 
 using Sinew::Matrix4d;
@@ -26,6 +27,60 @@ SinewQuaternion QuaternionOf(const Matrix4d& matrix)
 Matrix4d AxisRotation(double radians, uint32_t axis) { return Sinew::axisRotation(-radians, axis); }
 
 Matrix4d HostRotation(double radians, uint32_t axis) { return Sinew::axisRotation(radians, axis); }
+
+double Length(const double* three)
+{
+    return std::sqrt(three[0] * three[0] + three[1] * three[1] + three[2] * three[2]);
+}
+
+double Distance(const double* from, const double* to)
+{
+    const double apart[3] = {to[0] - from[0], to[1] - from[1], to[2] - from[2]};
+    return Length(apart);
+}
+
+bool AreFinite(const double* values, int count)
+{
+    return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
+}
+
+Matrix4d WithoutScale(Matrix4d matrix)
+{
+    for (uint32_t r = 0; r < 3; ++r) {
+        const double length = Length(matrix[r]);
+        if (length > 0 && std::fabs(length - 1) > 1e-6)
+            for (uint32_t c = 0; c < 3; ++c)
+                matrix[r][c] /= length;
+    }
+    return matrix;
+}
+
+bool InvertTransform(Matrix4d& matrix)
+{
+    // Matrix4d refuses small determinants, which a figure in millimetres under a scale has; so the scales of
+    // the rows are taken out first, and divide the columns of the inverse.
+    double sizes[3];
+    Matrix4d block;
+    for (uint32_t r = 0; r < 3; ++r) {
+        sizes[r] = Length(matrix[r]);
+        if (!(sizes[r] > 0))
+            return false;
+        for (uint32_t c = 0; c < 3; ++c)
+            block[r][c] = matrix[r][c] / sizes[r];
+    }
+    if (!block.invert())
+        return false;
+    double moved[3] = {0, 0, 0};
+    for (uint32_t c = 0; c < 3; ++c) {
+        for (uint32_t r = 0; r < 3; ++r) {
+            block[r][c] /= sizes[c];
+            moved[c] -= matrix[3][r] * block[r][c];
+        }
+    }
+    block.setTranslation(moved[0], moved[1], moved[2]);
+    matrix = block;
+    return true;
+}
 
 Matrix4d InterpolateBlocks(const Matrix4d& a, const Matrix4d& b, double t)
 {

@@ -85,11 +85,10 @@ CZxUser_Item FindLinkedGoal(const CZxUser_ChannelGraph& chanLinks, const CZxUser
 
 bool MatrixToEuler(const double (&m)[3][3], uint32_t order, double* out)
 {
-    constexpr uint32_t kAxes[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
     constexpr bool kIsOdd[6] = {false, true, true, false, false, true};
     constexpr double kSmall = 3.552713678800501e-15; // sixteen times the machine epsilon
     const uint32_t row = order < 6 ? order : 0;
-    const auto& [i, j, k] = kAxes[row];
+    const auto& [i, j, k] = kEulerAxes[row];
     const double c = std::sqrt(m[i][i] * m[i][i] + m[j][i] * m[j][i]);
     const bool isRegular = c > kSmall;
     const double a = isRegular ? std::atan2(m[k][j], m[k][k]) : std::atan2(-m[j][k], m[j][j]);
@@ -128,6 +127,13 @@ void WriteVector(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, co
 {
     for (uint32_t a = 0; a < 3; ++a)
         write.number(item, item.channel((std::string(name) + '.' + "XYZ"[a]).c_str()), xyz[a]);
+}
+
+void CreateVectorKeys(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
+                      const double* xyz)
+{
+    for (uint32_t a = 0; a < 3; ++a)
+        write.createKey(item, item.channel((std::string(name) + '.' + "XYZ"[a]).c_str()), xyz[a]);
 }
 
 void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,

@@ -20,6 +20,9 @@ CZxUser_Item FindSolverForItem(const CZxUser_Item& item, uint32_t solverType);
 CZxUser_Item FindLinkedGoal(const CZxUser_ChannelGraph& chanLinks, const CZxUser_Item& joint,
                             uint32_t locatorType);
 
+/// Axes that turn first, second and third in each rotation order, xyz, xzy, yxz, yzx, zxy, zyx.
+inline constexpr uint32_t kEulerAxes[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2},
+                                              {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
 /// Angles in radians about x, y and z of a rotation `m[row][column]` in a rotation order, 0 to 5 for xyz,
 /// xzy, yxz, yzx, zxy, zyx; the axis named first turns first. Always succeeds; at a quarter turn of the
 /// middle axis the third angle is 0.
@@ -43,6 +46,10 @@ void BlockToEuler(const Sinew::Matrix4d& matrix, uint32_t order, double* out);
 /// a joint first. Throws the host's failure.
 void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
                      const CZxUser_Item& item, bool addPackages);
+
+/// `name`.X, .Y and .Z as keys at the write's time, made where there are none.
+void CreateVectorKeys(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,
+                      const double* xyz);
 
 /// `name`.X, .Y and .Z; a channel that is missing is skipped. Throws the host's failure.
 void WriteVector(const CZxUser_ChannelWrite& write, const CZxUser_Item& item, const char* name,

@@ -5,6 +5,9 @@
 #include "commands/Lookup.h"
 #include "refhost/Host.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace refhost {
 namespace {
 
@@ -27,19 +30,11 @@ double timeArgument(const Invocation& invocation, int index)
 
 ResultOf<Matrix34> matrixFromText(const ChannelDefinition& definition, std::string_view text)
 {
-    double numbers[16] = {};
-    int count = 0;
-    bool good = true;
-    for (std::size_t at = 0; good && (at = text.find_first_not_of(' ', at)) != std::string_view::npos;) {
-        const std::size_t end = std::min(text.find(' ', at), text.size());
-        const auto number = numberFromText(text.substr(at, end - at));
-        good = number && count < 16;
-        if (good)
-            numbers[count++] = *number;
-        at = end;
-    }
-    const bool lastRow = numbers[12] == 0 && numbers[13] == 0 && numbers[14] == 0 && numbers[15] == 1;
-    if (!good || !(count == 12 || (count == 16 && lastRow))) {
+    const std::vector<double> numbers = numbersFromText(text).value_or(std::vector<double>{});
+    constexpr double kLastRow[] = {0, 0, 0, 1};
+    const bool lastRow =
+        numbers.size() == 16 && std::equal(std::begin(kLastRow), std::end(kLastRow), numbers.begin() + 12);
+    if (numbers.size() != 12 && !lastRow) {
         return ResultOf<Matrix34>::failure("The value " + shown(text) + " does not suit '" + definition.name
                                            + "': it is a matrix, three rows of four numbers (the fourth is "
                                              "the position) in quotes; a fourth "
@@ -48,8 +43,8 @@ ResultOf<Matrix34> matrixFromText(const ChannelDefinition& definition, std::stri
     Matrix34 matrix;
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 3; ++column)
-            matrix.linear[row][column] = numbers[4 * row + column];
-        matrix.offset[static_cast<std::size_t>(row)] = numbers[4 * row + 3];
+            matrix.linear[row][column] = numbers[static_cast<std::size_t>(4 * row + column)];
+        matrix.offset[static_cast<std::size_t>(row)] = numbers[static_cast<std::size_t>(4 * row + 3)];
     }
     return {matrix, {}};
 }

@@ -2,6 +2,8 @@
 // Words, quotes and comments of a command line; numbers that read back as they were.
 #include "commands/CommandText.h"
 
+#include "scene/ExactText.h"
+
 #include <charconv>
 #include <cmath>
 
@@ -205,6 +207,20 @@ std::optional<std::int32_t> integerFromText(std::string_view text)
     return value;
 }
 
+std::optional<std::vector<double>> numbersFromText(std::string_view text)
+{
+    std::vector<double> numbers;
+    for (std::size_t at = 0; (at = text.find_first_not_of(' ', at)) != std::string_view::npos;) {
+        const std::size_t end = std::min(text.find(' ', at), text.size());
+        const auto number = numberFromText(text.substr(at, end - at));
+        if (!number)
+            return std::nullopt;
+        numbers.push_back(*number);
+        at = end;
+    }
+    return numbers;
+}
+
 std::optional<bool> booleanFromText(std::string_view text)
 {
     for (const char* word : {"true", "on", "yes", "1"}) {
@@ -216,13 +232,6 @@ std::optional<bool> booleanFromText(std::string_view text)
             return false;
     }
     return std::nullopt;
-}
-
-std::string numberText(double value)
-{
-    char text[32];
-    const auto result = std::to_chars(text, text + sizeof text, value);
-    return {text, result.ptr};
 }
 
 std::string quotedWhereNeeded(std::string_view text)
@@ -263,8 +272,8 @@ std::string matrixRowText(const Matrix34& matrix, int row)
         return "0 0 0 1";
     std::string text;
     for (int column = 0; column < 3; ++column)
-        text += numberText(matrix.linear[row][column]) + ' ';
-    return text + numberText(matrix.offset[static_cast<std::size_t>(row)]);
+        text += exactText(matrix.linear[row][column]) + ' ';
+    return text + exactText(matrix.offset[static_cast<std::size_t>(row)]);
 }
 
 } // namespace refhost

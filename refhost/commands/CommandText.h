@@ -33,11 +33,11 @@ bool isCommandWord(std::string_view text);
 std::optional<double> numberFromText(std::string_view text);
 /// The same for a whole number of 32 bits.
 std::optional<std::int32_t> integerFromText(std::string_view text);
+/// Numbers parted by blanks; nothing when one of them is none.
+std::optional<std::vector<double>> numbersFromText(std::string_view text);
 /// true, on, yes, 1, false, off, no, 0.
 std::optional<bool> booleanFromText(std::string_view text);
 
-/// The shortest text that reads as the same number.
-std::string numberText(double value);
 /// A name as a command takes it: quoted where it has to be.
 std::string quotedWhereNeeded(std::string_view text);
 /// A text for a message: in single quotes, shortened when it is long.

@@ -20,7 +20,11 @@ struct AliasRow {
     const char* alias;
     const char* name;
 };
-constexpr AliasRow kAliases[] = {{"undo", "history.undo"}, {"redo", "history.redo"}};
+constexpr AliasRow kAliases[] = {{"undo", "history.undo"},
+                                 {"redo", "history.redo"},
+                                 {"tool", "tool.use"},
+                                 {"view", "view.set"},
+                                 {"draw", "draw.list"}};
 
 using Outcome = CommandResult::Outcome;
 
@@ -84,7 +88,8 @@ Commands& Commands::of(Host& host) { return host.attachments().require<Commands>
 Commands::Commands(Host& host) : m_Host(host), m_States(std::make_unique<EnableStates>(host))
 {
     for (const auto rows : {sceneCommandRows(), itemCommandRows(), channelCommandRows(), graphCommandRows(),
-                            selectionCommandRows(), historyCommandRows(), queryCommandRows()}) {
+                            selectionCommandRows(), historyCommandRows(), queryCommandRows(),
+                            meshCommandRows(), toolCommandRows(), viewCommandRows()}) {
         for (const CommandRow& row : rows)
             (void)add(std::make_unique<HostCommand>(row));
     }

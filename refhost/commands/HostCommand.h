@@ -52,5 +52,8 @@ std::span<const CommandRow> graphCommandRows();
 std::span<const CommandRow> selectionCommandRows();
 std::span<const CommandRow> historyCommandRows();
 std::span<const CommandRow> queryCommandRows();
+std::span<const CommandRow> meshCommandRows();
+std::span<const CommandRow> toolCommandRows();
+std::span<const CommandRow> viewCommandRows();
 
 } // namespace refhost

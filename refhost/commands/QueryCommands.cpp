@@ -6,6 +6,7 @@
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/Modules.h"
+#include "scene/ExactText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -78,7 +79,7 @@ std::vector<std::string> valueLines(Channel& channel, const ValueSource& source)
     }
     default:
         return {isWhole(channel.type()) ? std::to_string(readInteger(channel, source))
-                                        : numberText(readNumber(channel, source))};
+                                        : exactText(readNumber(channel, source))};
     }
 }
 
@@ -166,7 +167,7 @@ void printDefault(const Invocation& invocation, const Item& item, const ChannelD
                   bool json)
 {
     if (!json) {
-        invocation.print(numberText(definition.defaultNumber));
+        invocation.print(exactText(definition.defaultNumber));
         return;
     }
     Json value = definition.defaultNumber;
@@ -190,7 +191,7 @@ Result query(Invocation& invocation)
         source.action = actionByName(arguments.text(3));
     source.time = arguments.number(2, invocation.host().time());
     if (source.time < -kMaximumTimeSeconds || source.time > kMaximumTimeSeconds)
-        return Result::failure("'time' is " + numberText(source.time)
+        return Result::failure("'time' is " + exactText(source.time)
                                + " s, beyond the times that a scene has.");
     const bool json = invocation.printsJson() || arguments.boolean(4), state = arguments.boolean(5);
     if (arguments.isSet(1)) {

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <span>
 
 namespace refhost {
 namespace {
@@ -26,13 +27,16 @@ std::string extensionOf(const std::string& path)
     return extension;
 }
 
-Result requireEnding(const std::string& path, std::initializer_list<const char*> endings, const char* what)
+constexpr const char* kImportExtensions[] = {".bvh", ".glb", ".gltf", ".vrm", ".vrma"};
+constexpr const char* kExportExtensions[] = {".bvh", ".glb"};
+
+Result requireExtension(const std::string& path, std::span<const char* const> known, const char* what)
 {
     std::string list;
-    for (const char* ending : endings) {
-        if (extensionOf(path) == ending)
+    for (const char* one : known) {
+        if (extensionOf(path) == one)
             return {};
-        list += (list.empty() ? "" : " or ") + std::string(ending);
+        list += (list.empty() ? "" : ", ") + std::string(one);
     }
     return Result::failure(shown(path) + " cannot be " + what + ": the name has to end in " + list + ".");
 }
@@ -101,18 +105,18 @@ Result saveScene(Invocation& invocation)
 }
 
 constexpr ArgumentRow kImportArguments[] = {
-    {"file", ArgumentType::Text, true, "a BVH or glTF file"},
+    {"file", ArgumentType::Text, true, "a BVH or glTF file (.bvh, .glb, .gltf, .vrm, .vrma)"},
     {"offsets", ArgumentType::Text, false, "what position channels do to a joint's OFFSET; guess otherwise",
      "guess replace add"},
     {"endSites", ArgumentType::Boolean, false, "whether end sites become locators; true otherwise"},
-    {"animation", ArgumentType::Integer, false, "which animation of a glTF file; 0 otherwise"},
+    {"animation", ArgumentType::Integer, false,
+     "which animation of a glTF file, counted from 0; 0 otherwise"},
 };
 Result importFile(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
     const std::string& path = arguments.text(0);
-    if (Result result = requireEnding(path, {".bvh", ".glb", ".gltf", ".vrm", ".vrma"}, "imported");
-        !result.ok())
+    if (Result result = requireExtension(path, kImportExtensions, "imported"); !result.ok())
         return result;
     MotionImportOptions options;
     for (int i = 0; arguments.isSet(1) && i < static_cast<int>(std::size(kOffsetReadingNames)); ++i) {
@@ -121,8 +125,8 @@ Result importFile(Invocation& invocation)
     }
     options.endSites = arguments.boolean(2, true);
     if (arguments.integer(3) < 0)
-        return Result::failure("animation:" + std::to_string(arguments.integer(3))
-                               + " won't do: they are counted from 0.");
+        return Result::failure("'animation' is " + std::to_string(arguments.integer(3))
+                               + ", but they are counted from 0.");
     options.animation = static_cast<std::size_t>(arguments.integer(3));
     const ResultOf<MotionImport> imported = importMotion(*invocation.scene(), path, options);
     const std::string prefix = path + ": ";
@@ -139,7 +143,7 @@ constexpr ArgumentRow kExportArguments[] = {
 Result exportFile(Invocation& invocation)
 {
     const std::string& path = invocation.arguments().text(0);
-    if (Result result = requireEnding(path, {".bvh", ".glb"}, "exported"); !result.ok())
+    if (Result result = requireExtension(path, kExportExtensions, "exported"); !result.ok())
         return result;
     MotionExportOptions options;
     options.root = invocation.arguments().item(1);

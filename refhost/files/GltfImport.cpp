@@ -3,6 +3,7 @@
 #include "files/GltfImport.h"
 
 #include "files/BoneNames.h"
+#include "files/GltfMeshes.h"
 #include "files/ImportFault.h"
 #include "files/RotationCurve.h"
 #include "formats/RoleJoints.h"
@@ -50,7 +51,7 @@ public:
         for (const formats::GltfNote& note : m_Gltf.notes)
             m_Out.warnings.push_back(note.place.empty() ? note.text : note.place + ": " + note.text);
         nameBones();
-        // Skinned meshes belong here: an item of type `mesh` for each node with a mesh, bound to m_Out.items.
+        importMeshes(m_Scene, m_Gltf, m_Out.items);
         return std::move(m_Out);
     }
 

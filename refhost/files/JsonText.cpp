@@ -2,7 +2,8 @@
 // Flat JSON documents: building, paths and layout.
 #include "files/JsonText.h"
 
-#include <charconv>
+#include "scene/ExactText.h"
+
 #include <cmath>
 
 namespace refhost {
@@ -263,9 +264,7 @@ void JsonDocument::number(double value)
 {
     if (value == 0 && std::signbit(value))
         return numberText("-0.0"); // `-0` would be read as a whole number, which has no signed zero
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value);
-    numberText({digits, static_cast<std::size_t>(end.ptr - digits)});
+    numberText(exactText(value));
 }
 
 void JsonDocument::integer(std::uint64_t value) { numberText(std::to_string(value)); }

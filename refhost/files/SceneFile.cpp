@@ -5,6 +5,7 @@
 #include "files/MotionSource.h"
 #include "files/SceneFileParts.h"
 #include "formats/Files.h"
+#include "mesh/MeshStorage.h"
 #include "refhost/Host.h"
 
 #include <algorithm>
@@ -104,6 +105,7 @@ DataKinds& DataKinds::of(Host& host)
         return *kinds;
     DataKinds& kinds = host.attachments().require<DataKinds>();
     kinds.add(kMotionSourceKind, motionSourceKind());
+    kinds.add(kMeshDataKind, meshDataKind());
     return kinds;
 }
 

@@ -15,6 +15,7 @@ namespace refhost {
 class ItemObject;
 class Scene;
 class SceneObject;
+enum class TransformKind : std::uint8_t;
 
 /// Whether an edit of the scene can be recorded now.
 zxresult mayEdit(const Scene& scene);
@@ -101,6 +102,23 @@ public:
 
 private:
     ItemObject& item() const;
+};
+
+/// The transform channels of an item, which has no other transforms than those.
+class LocatorPosePart final : public ObjectPart {
+public:
+    explicit LocatorPosePart(ItemObject& owner);
+
+    zxresult addTransformItem(uint32_t kind, ZxObject** item);
+    zxresult rotationForChannels(ZxObject* read, const double* nine, double* result);
+    zxresult positionForChannels(ZxObject* read, const double* three, double* result);
+
+    static const ZxLocatorPoseTable kTable;
+
+private:
+    ItemObject& item() const;
+    zxresult handBack(ZxObject* read, TransformKind kind, const double* values, int count,
+                      double* result) const;
 };
 
 class ChannelWriteObject final : public HostObject {

@@ -3,7 +3,9 @@
 #include "module/LoadedModule.h"
 
 #include "module/ChannelSetup.h"
+#include "module/ModuleTool.h"
 #include "refhost/Commands.h"
+#include "refhost/ToolHost.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -140,6 +142,8 @@ Result LoadedModule::start(ZxModuleEntry entry)
         return registered;
     if (Result registered = registerCommands(); !registered.ok())
         return registered;
+    if (Result registered = registerTools(); !registered.ok())
+        return registered;
     for (const auto& package : m_Packages)
         m_Binding.instances().addServer(*package);
     for (const auto& modifier : m_Modifiers)
@@ -196,7 +200,8 @@ Result LoadedModule::prepareServers()
 {
     for (const ServerInfo& info : m_Servers) {
         const bool isPackage = info.interfaceId == kZxIdPackage, isCommand = info.interfaceId == kZxIdCommand;
-        if (!isPackage && !isCommand && !(info.interfaceId == kZxIdEvalModifier))
+        const bool isTool = info.interfaceId == kZxIdTool;
+        if (!isPackage && !isCommand && !isTool && !(info.interfaceId == kZxIdEvalModifier))
             continue; // for another part of the host
         zxresult result = kZxOk;
         CZxObject object = makeServer(info.name.c_str(), info.interfaceId, result);
@@ -204,6 +209,7 @@ Result LoadedModule::prepareServers()
             return Result::failure(at(info.name) + "it can't be made: " + resultText(result) + ".");
         Result prepared = isPackage ? preparePackage(info, std::move(object))
             : isCommand             ? prepareCommand(info, object)
+            : isTool                ? prepareTool(info, object)
                                     : prepareModifier(info, std::move(object));
         if (!prepared.ok())
             return prepared;
@@ -251,6 +257,37 @@ Result LoadedModule::prepareCommand(const ServerInfo& info, const CZxObject& obj
     if (!made.ok())
         return Result::failure(at(info.name) + made.message);
     m_NewCommands.push_back(std::move(made.value));
+    return {};
+}
+
+Result LoadedModule::prepareTool(const ServerInfo& info, const CZxObject& object)
+{
+    CZxLocalize<ZxToolModelTable> model;
+    if (failed(model.query(object.object(), kZxIdToolModel)))
+        return Result::failure(at(info.name) + "it can't be handled: it has no tool model.");
+    CZxLocalize<ZxToolTable> tool;
+    uint32_t task = 0;
+    if (failed(tool.query(object.object(), kZxIdTool)) || failed(tool.call<&ZxToolTable::task>(&task)))
+        return Result::failure(at(info.name) + "it doesn't say what kind of tool it is.");
+    if (task != kGestureTask) {
+        m_Binding.host().tell(MessageLevel::Warning,
+                              at(info.name) + "it is a tool of the kind '" + tagText(task)
+                                  + "', for which there are no gestures here. It is left out.");
+        return {};
+    }
+    m_NewTools.push_back(info.name);
+    return {};
+}
+
+Result LoadedModule::registerTools()
+{
+    for (const std::string& name : m_NewTools) {
+        auto maker = std::make_shared<ModuleToolMaker>(m_Binding, *this, name);
+        if (Result added = ToolHost::of(m_Binding.host()).add(std::move(maker)); !added.ok())
+            return Result::failure(at(name) + added.message);
+        m_Tools.push_back(name);
+    }
+    m_NewTools.clear();
     return {};
 }
 
@@ -330,6 +367,12 @@ void LoadedModule::stop()
     }
     m_Commands.clear();
     m_NewCommands.clear();
+    if (auto* tools = m_Binding.host().attachments().find<ToolHost>()) {
+        for (const std::string& name : m_Tools)
+            tools->remove(name);
+    }
+    m_Tools.clear();
+    m_NewTools.clear();
     for (const auto& modifier : m_Modifiers)
         Modifiers::of(m_Binding.host()).remove(*modifier);
     for (const auto& package : m_Packages)

@@ -65,6 +65,8 @@ private:
     Result preparePackage(const ServerInfo& info, CZxObject object);
     Result prepareModifier(const ServerInfo& info, CZxObject object);
     Result prepareCommand(const ServerInfo& info, const CZxObject& object);
+    Result prepareTool(const ServerInfo& info, const CZxObject& object);
+    Result registerTools();
     Result registerPackages();
     Result registerCommands();
     Result registerPackage(NewPackage& package);
@@ -81,6 +83,7 @@ private:
     std::vector<std::shared_ptr<ModuleModifier>> m_Modifiers;
     std::vector<std::unique_ptr<ModuleCommand>> m_NewCommands;
     std::vector<std::string> m_Commands; // those that are in the host's list
+    std::vector<std::string> m_NewTools, m_Tools; // the same of tools
 };
 
 } // namespace refhost

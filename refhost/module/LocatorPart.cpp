@@ -54,7 +54,8 @@ zxresult writeTransform(const ItemObject& self, const ChannelWriteObject& write,
     Result result = transform.result();
     for (std::size_t a = 0; result.ok() && a < 3; ++a) {
         Channel& channel = *transform.value->channel(std::string(name) + '.' + "XYZ"[a]);
-        result = scene.writeNumber(channel, write.action(), write.time(), value[a], WriteMode::Plain);
+        result = scene.writeNumber(channel, write.action(), write.time(), value[a],
+                                   WriteMode::Key); // what has keys is moved all the same
     }
     return editResult(self.binding(), result);
 }
@@ -132,6 +133,55 @@ constinit const ZxLocatorTable LocatorPart::kTable = {
     .transformItem = hostSlot<LocatorPart, &LocatorPart::transformItem>,
     .setWorldPosition = hostSlot<LocatorPart, &LocatorPart::setWorldPosition, kWritePhase>,
     .setWorldRotation = hostSlot<LocatorPart, &LocatorPart::setWorldRotation, kWritePhase>,
+};
+
+LocatorPosePart::LocatorPosePart(ItemObject& owner) : ObjectPart(owner, kTable.object, this) { }
+
+ItemObject& LocatorPosePart::item() const { return static_cast<ItemObject&>(owner()); }
+
+zxresult LocatorPosePart::addTransformItem(uint32_t kind, ZxObject** transform)
+{
+    if (kind >= kTransformKindCount)
+        return kZxInvalidArgument;
+    Scene& scene = item().item()->scene();
+    if (const zxresult refused = mayEdit(scene); failed(refused))
+        return refused;
+    const ResultOf<Item*> made = scene.addTransformItem(*item().item(), static_cast<TransformKind>(kind));
+    if (made.ok())
+        *transform = binding().itemObject(*made.value).face();
+    return editResult(binding(), made.result());
+}
+
+/// The channels say directly how the item lies in its parent.
+zxresult LocatorPosePart::handBack(ZxObject* read, TransformKind kind, const double* values, int count,
+                                   double* result) const
+{
+    ChannelReadObject* from = nullptr;
+    if (const zxresult refused = objectIn(item(), read, from); failed(refused))
+        return refused;
+    if (!item().item()->transformItem(kind))
+        return kZxNotFound;
+    if (!areFinite(values, count))
+        return kZxInvalidArgument;
+    std::copy_n(values, count, result);
+    return kZxOk;
+}
+
+zxresult LocatorPosePart::rotationForChannels(ZxObject* read, const double* nine, double* result)
+{
+    return handBack(read, TransformKind::Rotation, nine, 9, result);
+}
+
+zxresult LocatorPosePart::positionForChannels(ZxObject* read, const double* three, double* result)
+{
+    return handBack(read, TransformKind::Position, three, 3, result);
+}
+
+constinit const ZxLocatorPoseTable LocatorPosePart::kTable = {
+    .object = HostObject::kOps,
+    .addTransformItem = hostSlot<LocatorPosePart, &LocatorPosePart::addTransformItem, kWritePhase>,
+    .rotationForChannels = hostSlot<LocatorPosePart, &LocatorPosePart::rotationForChannels>,
+    .positionForChannels = hostSlot<LocatorPosePart, &LocatorPosePart::positionForChannels>,
 };
 
 } // namespace refhost

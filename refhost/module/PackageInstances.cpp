@@ -159,6 +159,19 @@ std::size_t PackageInstances::count() const
     return count;
 }
 
+std::vector<ZxObject*> PackageInstances::on(const Item& item) const
+{
+    std::vector<ZxObject*> list;
+    const auto found = m_Instances.find(&item);
+    if (found == m_Instances.end())
+        return list;
+    for (const Instance& instance : found->second) {
+        if (instance.object)
+            list.push_back(instance.object.object());
+    }
+    return list;
+}
+
 ZxObject* PackageInstances::find(const Item& item, std::string_view package) const
 {
     const auto found = m_Instances.find(&item);

@@ -51,6 +51,8 @@ public:
     std::size_t count() const;
     /// The instance of a package on an item, which stays here; null when there is none.
     ZxObject* find(const Item& item, std::string_view package) const;
+    /// All instances on an item, which stay here, in order of their packages.
+    std::vector<ZxObject*> on(const Item& item) const;
 
     PackageInstances(const PackageInstances&) = delete;
     PackageInstances& operator=(const PackageInstances&) = delete;

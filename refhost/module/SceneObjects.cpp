@@ -3,6 +3,7 @@
 #include "module/SceneObjects.h"
 
 #include "module/HostBinding.h"
+#include "module/MeshObjects.h"
 #include "refhost/Host.h"
 
 #include <cmath>
@@ -68,6 +69,8 @@ ZxObject* ItemObject::faceOf(const ZxId& id)
         return m_Edit.face();
     if (id == kZxIdStringTag)
         return m_Tags.face();
+    if (id == kZxIdLocatorPose && m_Item->type().hasTransforms())
+        return m_Pose.face();
     return id == kZxIdLocator && m_Item->type().hasTransforms() ? m_Locator.face() : nullptr;
 }
 
@@ -323,7 +326,8 @@ zxresult ChannelGraphObject::countOf(Lists lists, ZxObject* item, int32_t channe
 }
 
 /// The far end of a link in one direction.
-zxresult ChannelGraphObject::endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end, int32_t* endChannel)
+zxresult ChannelGraphObject::endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index,
+                                   ZxObject** end, int32_t* endChannel)
 {
     Channel* found = nullptr;
     Channel* linked = nullptr;
@@ -340,7 +344,8 @@ zxresult ChannelGraphObject::forwardCount(ZxObject* item, int32_t channel, uint3
     return countOf(&ChannelGraph::forward, item, channel, count);
 }
 
-zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** target, int32_t* targetChannel)
+zxresult ChannelGraphObject::forwardByIndex(ZxObject* item, int32_t channel, uint32_t index,
+                                            ZxObject** target, int32_t* targetChannel)
 {
     return endOf(&ChannelGraph::forward, item, channel, index, target, targetChannel);
 }
@@ -350,7 +355,8 @@ zxresult ChannelGraphObject::reverseCount(ZxObject* item, int32_t channel, uint3
     return countOf(&ChannelGraph::reverse, item, channel, count);
 }
 
-zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index, ZxObject** source, int32_t* sourceChannel)
+zxresult ChannelGraphObject::reverseByIndex(ZxObject* item, int32_t channel, uint32_t index,
+                                            ZxObject** source, int32_t* sourceChannel)
 {
     return endOf(&ChannelGraph::reverse, item, channel, index, source, sourceChannel);
 }
@@ -427,6 +433,14 @@ zxresult ChannelReadObject::number(ZxObject* item, int32_t channel, double* valu
 
 zxresult ChannelReadObject::value(ZxObject* item, int32_t channel, ZxObject** value)
 {
+    Item* meshItem = nullptr;
+    if (succeeded(itemIn(*this, item, meshItem)) && meshOf(*meshItem)
+        && channel == meshItem->channelIndex(kMeshChannel)) {
+        if (!m_Evaluated)
+            return kZxInvalidArgument;
+        *value = binding().make<MeshFilterObject>(*meshItem, m_Time).face();
+        return kZxOk;
+    }
     Matrix34 matrix;
     const zxresult result = readChannel(
         item, channel, [&](const Channel& found) { return found.matrix(m_Layer, m_Time, matrix); },

@@ -58,6 +58,7 @@ private:
     ItemEditPart m_Edit{*this};
     StringTagPart m_Tags{*this};
     LocatorPart m_Locator{*this};
+    LocatorPosePart m_Pose{*this};
 };
 
 class SceneObject final : public HostObject {
@@ -125,7 +126,8 @@ public:
 private:
     using Lists = const std::vector<Channel*>& (ChannelGraph::*)(const Channel&) const;
     zxresult countOf(Lists lists, ZxObject* item, int32_t channel, uint32_t* count);
-    zxresult endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end, int32_t* endChannel);
+    zxresult endOf(Lists lists, ZxObject* item, int32_t channel, uint32_t index, ZxObject** end,
+                   int32_t* endChannel);
 
     const ChannelGraph& m_Graph;
     ChannelGraphEditPart m_Edit;

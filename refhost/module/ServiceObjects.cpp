@@ -5,6 +5,7 @@
 #include "module/CommandObjects.h"
 #include "module/HostBinding.h"
 #include "module/SceneObjects.h"
+#include "module/ToolObjects.h"
 #include "refhost/Host.h"
 
 namespace refhost {
@@ -47,6 +48,8 @@ zxresult ContextObject::service(const ZxId* interfaceId, ZxObject** service)
         *service = binding().make<ItemPacketTranslationObject>().face();
     else if (*interfaceId == kZxIdCommandService)
         *service = binding().make<CommandServiceObject>().face();
+    else if (*interfaceId == kZxIdPacketService)
+        *service = binding().make<PacketServiceObject>().face();
     return *service ? kZxOk : kZxNotFound;
 }
 

@@ -3,6 +3,7 @@
 #include "refhost/Host.h"
 
 #include "refhost/DrawingPackage.h"
+#include "refhost/Mesh.h"
 #include "scene/ItemEdits.h"
 
 #include <algorithm>
@@ -100,7 +101,9 @@ Host::Host()
         locatorChannels.push_back(std::move(channel));
     m_Locator = addType("locator", nullptr, kHostOrigin, true, std::move(locatorChannels));
     m_Solver = addType("ikSolver", m_Locator, kHostOrigin, true, {});
-    m_Mesh = addType("mesh", nullptr, kHostOrigin, true, matrixChannels());
+    std::vector<ChannelDefinition> meshChannels = matrixChannels();
+    meshChannels.push_back({.name = kMeshChannel, .type = ChannelType::Text, .defaultText = kMeshDataKind});
+    m_Mesh = addType("mesh", nullptr, kHostOrigin, true, std::move(meshChannels));
     for (const TransformRow& row : kTransformRows) {
         std::vector<ChannelDefinition> channels;
         appendVectorChannels(channels, row.channel, row.channelType, row.initial);

@@ -34,30 +34,46 @@ protected:
     virtual void swap(Scene& scene, ChangeCause cause) = 0;
 };
 
+/// An edit that brings something, with a way back that takes it away; or the other way about.
+class PresenceEdit : public Edit {
+public:
+    explicit PresenceEdit(bool removes) : m_Removes(removes) { }
+    void redo(Scene& scene, ChangeCause cause) final { m_Removes ? remove(scene, cause) : add(scene, cause); }
+    void undo(Scene& scene, ChangeCause cause) final { m_Removes ? add(scene, cause) : remove(scene, cause); }
+
+protected:
+    virtual void add(Scene& scene, ChangeCause cause) = 0;
+    virtual void remove(Scene& scene, ChangeCause cause) = 0;
+
+private:
+    const bool m_Removes;
+};
+
 /// Brings an item or takes it away; holds it while it is away.
-class ExistenceEdit final : public Edit {
+class ExistenceEdit final : public PresenceEdit {
 public:
     /// Will add the item at the end of the children of `parent`, or as a transform item of `owner`.
     ExistenceEdit(std::unique_ptr<Item> item, Item* parent, Item* owner, std::size_t place)
-        : m_Item(item.get()), m_Away(std::move(item)), m_Parent(parent), m_Owner(owner), m_Place(place)
+        : PresenceEdit(false),
+          m_Item(item.get()),
+          m_Away(std::move(item)),
+          m_Parent(parent),
+          m_Owner(owner),
+          m_Place(place)
     {
     }
     /// Will remove the item, which has no children, links and transform items left.
     ExistenceEdit(Scene& scene, Item& item)
-        : m_Item(&item), m_Parent(item.parent()), m_Owner(item.transformOwner()), m_Place(0), m_Removes(true)
+        : PresenceEdit(true),
+          m_Item(&item),
+          m_Parent(item.parent()),
+          m_Owner(item.transformOwner()),
+          m_Place(0)
     {
         if (!m_Owner) {
             const auto& siblings = DocumentAccess::childList(scene, m_Parent);
             m_Place = placeOf(siblings, &item);
         }
-    }
-    void redo(Scene& scene, ChangeCause cause) override
-    {
-        m_Removes ? remove(scene, cause) : add(scene, cause);
-    }
-    void undo(Scene& scene, ChangeCause cause) override
-    {
-        m_Removes ? add(scene, cause) : remove(scene, cause);
     }
 
 private:
@@ -65,7 +81,7 @@ private:
     {
         return {.kind = kind, .cause = cause, .item = m_Item, .other = m_Owner ? m_Owner : m_Parent};
     }
-    void add(Scene& scene, ChangeCause cause)
+    void add(Scene& scene, ChangeCause cause) override
     {
         const Notice notice(scene, change(ChangeKind::ItemAdded, cause));
         if (m_Owner)
@@ -73,7 +89,7 @@ private:
         else
             DocumentAccess::attachItem(scene, std::move(m_Away), m_Parent, m_Place);
     }
-    void remove(Scene& scene, ChangeCause cause)
+    void remove(Scene& scene, ChangeCause cause) override
     {
         // Only a selection that was made without record can still be there; it must not outlive the item.
         if (const Packet packet{&scene, m_Item}; scene.host().selection().isSelected(packet)) {
@@ -90,7 +106,6 @@ private:
     Item* m_Parent;
     Item* m_Owner;
     std::size_t m_Place;
-    bool m_Removes = false;
 };
 
 /// Moves an item between two places of the hierarchy.

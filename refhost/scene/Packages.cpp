@@ -7,11 +7,12 @@
 namespace refhost {
 namespace {
 
-class PackageEdit final : public Edit {
+class PackageEdit final : public PresenceEdit {
 public:
     /// Will add the block behind the item's last index.
     PackageEdit(Item& item, std::unique_ptr<ChannelBlock> block)
-        : m_Item(item),
+        : PresenceEdit(false),
+          m_Item(item),
           m_Package(*block->package()),
           m_Away(std::move(block)),
           m_Place(DocumentAccess::blocks(item).size()),
@@ -20,20 +21,12 @@ public:
     }
     /// Will remove the block at this place, which has no links left; its indices stay empty.
     PackageEdit(Item& item, std::size_t place)
-        : m_Item(item),
+        : PresenceEdit(true),
+          m_Item(item),
           m_Package(*DocumentAccess::blocks(item)[place]->package()),
           m_Place(place),
-          m_SlotCount(static_cast<std::size_t>(item.channelSlotCount())),
-          m_Removes(true)
+          m_SlotCount(static_cast<std::size_t>(item.channelSlotCount()))
     {
-    }
-    void redo(Scene& scene, ChangeCause cause) override
-    {
-        m_Removes ? remove(scene, cause) : add(scene, cause);
-    }
-    void undo(Scene& scene, ChangeCause cause) override
-    {
-        m_Removes ? add(scene, cause) : remove(scene, cause);
     }
 
 private:
@@ -41,12 +34,12 @@ private:
     {
         return {.kind = kind, .cause = cause, .item = &m_Item, .name = m_Package.name()};
     }
-    void add(Scene& scene, ChangeCause cause)
+    void add(Scene& scene, ChangeCause cause) override
     {
         const Notice notice(scene, change(ChangeKind::PackageAdded, cause));
         DocumentAccess::attachBlock(m_Item, std::move(m_Away), m_Place);
     }
-    void remove(Scene& scene, ChangeCause cause)
+    void remove(Scene& scene, ChangeCause cause) override
     {
         const Notice notice(scene, change(ChangeKind::PackageRemoved, cause));
         m_Away = DocumentAccess::detachBlock(m_Item, m_Place, m_SlotCount);
@@ -57,7 +50,6 @@ private:
     std::unique_ptr<ChannelBlock> m_Away;
     std::size_t m_Place;
     std::size_t m_SlotCount; // of the item while the block is away
-    bool m_Removes = false;
 };
 
 } // namespace

@@ -2,21 +2,13 @@
 // The whole document as text, for telling whether two documents are identical.
 #include "refhost/Host.h"
 #include "refhost/Scene.h"
+#include "scene/ExactText.h"
 
-#include <charconv>
 #include <ostream>
 #include <sstream>
 
 namespace refhost {
 namespace {
-
-// The shortest text that reads back as the same bits.
-std::string exact(double number)
-{
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, number);
-    return {text, end.ptr};
-}
 
 std::string quoted(std::string_view text)
 {
@@ -57,28 +49,28 @@ void dumpLayer(std::ostream& out, const Channel& channel, Layer layer, const Sce
         return;
     std::ostringstream line;
     if (values->number)
-        line << " value " << exact(*values->number);
+        line << " value " << exactText(*values->number);
     if (values->text)
         line << " text " << quoted(*values->text);
     if (values->matrix) {
         line << " matrix";
         for (const auto& row : values->matrix->linear.m) {
             for (const double x : row)
-                line << ' ' << exact(x);
+                line << ' ' << exactText(x);
         }
         for (const double x : values->matrix->offset)
-            line << ' ' << exact(x);
+            line << ' ' << exactText(x);
     }
     for (std::size_t i = 0; i < values->keys.count(); ++i) {
         const Key& key = values->keys.keys()[i];
-        line << " key " << exact(key.time) << ' ' << exact(key.number) << ' '
-             << kInterpolationNames[static_cast<int>(key.interpolation)] << ' ' << exact(key.inSlope) << ' '
-             << exact(key.outSlope);
+        line << " key " << exactText(key.time) << ' ' << exactText(key.number) << ' '
+             << kInterpolationNames[static_cast<int>(key.interpolation)] << ' ' << exactText(key.inSlope)
+             << ' ' << exactText(key.outSlope);
         if (channel.type() == ChannelType::Text)
             line << ' ' << quoted(values->keys.text(i));
     }
     if (channel.isShownUnkeyed(layer, scene.host().time()))
-        line << " shown " << exact(values->shown->number) << ' ' << quoted(values->shown->text);
+        line << " shown " << exactText(values->shown->number) << ' ' << quoted(values->shown->text);
     if (const std::string text = line.str(); !text.empty())
         out << "  " << channel.index() << ' ' << channel.name() << ' '
             << kActionNames[static_cast<int>(layer)] << text << '\n';

@@ -9,13 +9,16 @@
 /* Every header of the contract, so that each stands up to a C compiler. */
 #include <zx/ZxChannel.h>
 #include <zx/ZxCommand.h>
+#include <zx/ZxDraw.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxItem.h>
+#include <zx/ZxMesh.h>
 #include <zx/ZxModule.h>
 #include <zx/ZxPackage.h>
 #include <zx/ZxScene.h>
 #include <zx/ZxSelection.h>
+#include <zx/ZxTool.h>
 #include <zx/ZxTypes.h>
 
 #include <dlfcn.h>
@@ -292,6 +295,67 @@ static void commandsAreAsStated(ZxObject* module)
     }
 }
 
+static void theToolIsAsStated(ZxObject* module)
+{
+    static const struct {
+        const char *name, *type;
+        double value;
+    } kAttributes[] = {
+        {"offsetX", "float", 0},       {"offsetY", "float", 0},          {"offsetZ", "float", 0},
+        {"mode", "integer", 0},        {"posTaskWeight", "float", 1},    {"posTaskPrecision", "float", 2},
+        {"rotTaskWeight", "float", 1}, {"rotTaskPrecision", "float", 2}, {"rootWeight", "float", 1},
+    };
+    ZxObject *tool = makeServer(module, factNamed("ik.pose")), *model, *attributes, *value = NULL,
+             *type = tool;
+    const ZxToolModelTable* ops;
+    const ZxAttributesTable* settings;
+    const char* text = NULL;
+    uint32_t i, number = 0;
+    double read = -1;
+    checkSubject("ik.pose");
+    model = query(tool, &kZxIdToolModel);
+    attributes = query(tool, &kZxIdAttributes);
+    ops = (const ZxToolModelTable*)model->table;
+    settings = (const ZxAttributesTable*)attributes->table;
+    CHECK_RESULT(ops->flags(model, &number), 0);
+    CHECK(number == 0x71030u);
+    CHECK_RESULT(CALL(ZxToolTable, tool, task)(tool, &number), 0);
+    CHECK(number == 0x41435452u);
+    CHECK_RESULT(CALL(ZxToolTable, tool, order)(tool, &text), 0);
+    CHECK(text && (unsigned char)text[0] == 0xF0 && text[1] == 0);
+    CHECK_RESULT(settings->count(attributes, &number), 0);
+    CHECK(number == sizeof kAttributes / sizeof kAttributes[0]);
+    for (i = 0; i < number; ++i) {
+        CHECK_RESULT(settings->name(attributes, i, &text), 0);
+        CHECK_TEXT(text, kAttributes[i].name);
+        CHECK_RESULT(settings->type(attributes, i, &text), 0);
+        CHECK_TEXT(text, kAttributes[i].type);
+        CHECK_RESULT(settings->value(attributes, i, 1, &value), 0);
+        CHECK_RESULT(CALL(ZxValueTable, value, number)(value, &read), 0);
+        CHECK(read == kAttributes[i].value);
+        CHECK_RESULT(CALL(ZxValueTable, value, setNumber)(value, 77), 0);
+        CHECK_RESULT(CALL(ZxToolTable, tool, reset)(tool), 0);
+        CHECK_RESULT(CALL(ZxValueTable, value, number)(value, &read), 0);
+        CHECK(read == kAttributes[i].value);
+        release(value);
+    }
+    /* A host without packets, views and selection: refused, and nothing to do. */
+    CHECK_RESULT(CALL(ZxToolTable, tool, vectorType)(tool, &type), 0x80000017u);
+    CHECK(type == NULL);
+    CHECK_RESULT(ops->enable(model, NULL), 0x84800004u);
+    CHECK_RESULT(ops->initialise(model, NULL), 0);
+    CHECK_RESULT(ops->draw(model, NULL, NULL), 0);
+    CHECK_RESULT(ops->hitTest(model, NULL, NULL), 0);
+    CHECK_RESULT(ops->buttonDown(model, NULL, NULL), 0);
+    CHECK_RESULT(ops->move(model, NULL, NULL), 0);
+    CHECK_RESULT(CALL(ZxToolTable, tool, evaluate)(tool, NULL), 0);
+    CHECK_RESULT(ops->buttonUp(model, NULL, NULL), 0);
+    CHECK_RESULT(ops->dropped(model), 0);
+    release(attributes);
+    release(model);
+    release(tool);
+}
+
 static void setArgument(ZxObject* attributes, uint32_t index, int32_t number)
 {
     ZxObject* value = NULL;
@@ -454,6 +518,7 @@ static void driveModule(ZxModuleEntry entry)
     needContext = query(module, &kZxIdNeedContext);
     CHECK_RESULT(CALL(ZxNeedContextTable, needContext, setContext)(needContext, armContext()), 0);
     serversAreAsStated(module);
+    theToolIsAsStated(module);
     commandsAreAsStated(module);
     iconsGoByArguments(module);
     checkSubject("reset");

@@ -5,6 +5,7 @@
 #include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
+#include <zx/ZxTool.h>
 
 #include <stddef.h>
 
@@ -115,6 +116,7 @@ const ServerFact kServers[] = {
     {"ikFullBody", &kZxIdPackage, 1,
      {{"super", "ikSolver"}, {"pkg.createCmd", "-"}, {"pkg.graphs", "ikRetarget;ikTasks"}},
      kFullBodyChannels, COUNT(kFullBodyChannels), 17},
+    {"ik.pose", &kZxIdTool, 0, NO_TAGS, NULL, 0, 0},
 };
 
 #define ON_SELECTION {{"select.event", "item +v"}, {"select.event", "item exist+d"}}

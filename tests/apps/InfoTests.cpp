@@ -72,6 +72,58 @@ TEST(Info, PosesOfRealFilesAgreeWithAnotherReader)
     }
 }
 
+TEST(Info, PosesOfRealGltfFilesAgreeWithAnotherReader)
+{
+    if (!fs::exists(dataFolder() / "gltf"))
+        GTEST_SKIP() << "no sample files in " << dataFolder()
+                     << "; set SINEW_DATA to the folder that has them";
+    const ProgramRun sinew;
+    for (const fs::directory_entry& file : fs::directory_iterator(dataFolder() / "gltf")) {
+        const std::string name = file.path().filename().string();
+        if (name.ends_with(".bin"))
+            continue;
+        SCOPED_TRACE(name);
+        std::ifstream text(dataFolder() / "expected" / (name + ".json"));
+        const app::Json expected = app::Json::parse(text);
+        const std::string path = fs::absolute(file.path()).string();
+        const app::Json info = sinew({"info", path, "--json"}).json();
+        EXPECT_EQ(info["nodes"].size(), expected["nodes"].size());
+        EXPECT_EQ(info["unit"]["name"], "metres");
+        EXPECT_NE(sinew({"info", path}).out.find(info["nodes"].back()["name"].get<std::string>()),
+                  std::string::npos);
+        ASSERT_EQ(info["animations"].size(), expected["animations"].size());
+        for (std::size_t i = 0; i < expected["animations"].size(); ++i) {
+            const app::Json& moment = expected["animations"][i]["samples"].back();
+            EXPECT_NEAR(info["animations"][i]["end"].get<double>(),
+                        expected["animations"][i]["end"].get<double>(), 1e-6);
+            const ProgramResult result = sinew(
+                {"info", path, "--json", "--animation", std::to_string(i), "--pose", moment["time"].dump()});
+            ASSERT_EQ(result.code, 0) << result.err;
+            const app::Json pose = result.json();
+            for (std::size_t n = 0; n < moment["position"].size(); ++n)
+                for (std::size_t a = 0; a < 3; ++a)
+                    EXPECT_NEAR(pose["nodes"][n]["position"][a].get<double>(),
+                                moment["position"][n][a].get<double>(), 1e-4);
+        }
+    }
+}
+
+TEST(Info, TellsWhatIsWrongWithAGltfFileAndWhere)
+{
+    const ProgramRun sinew;
+    sinew.write("loop.gltf",
+                R"({"asset": {"version": "2.0"}, "nodes": [{"name": "a\u001b[31m", "children": [0]}]})");
+    const ProgramResult result = sinew({"info", "loop.gltf"});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_NE(result.err.find("loop.gltf: nodes[0].children[0]: "), std::string::npos) << result.err;
+    sinew.write("two",
+                R"({"asset": {"version": "2.0"}, "nodes": [{"name": "a\u001b[31m"}, {"name": "a"}, {}]})");
+    EXPECT_EQ(sinew({"info", "two"}).out.find('\x1b'), std::string::npos);
+    EXPECT_NE(sinew({"info", "two"}).out.find("two: nodes: 1 has no name"), std::string::npos);
+    EXPECT_EQ(sinew({"info", "two", "--up", "z"}).code, 2);
+    EXPECT_EQ(sinew({"info", "gone.glb"}).code, 2);
+}
+
 TEST(Info, SummaryTellsFramesUnitUpAndOddities)
 {
     const ProgramRun sinew;

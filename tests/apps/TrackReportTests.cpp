@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The numbers and the page of a track report.
-#include "track/TrackCommand.h"
 #include "report/TrackReportHtml.h"
 #include "report/TrackReportJson.h"
+#include "track/TrackCommand.h"
 
 #include "shared/Console.h"
 

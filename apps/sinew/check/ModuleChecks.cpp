@@ -8,9 +8,11 @@
 #include <fmt/format.h>
 #include <refhost/Host.h>
 #include <refhost/Modules.h>
+#include <refhost/Transforms.h>
 #include <zx/ZxCommand.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxPackage.h>
+#include <zx/ZxTool.h>
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +25,7 @@ namespace {
 constexpr const char* kServers[] = {
     "ikfb",       "ikfb.assign", "ikfb.setRest",  "ikfb.task", "ikfb.goal",       "ikfb.goalAssign",
     "ikfb.chain", "ikfb.remove", "ikfb.retarget", "ik.joint",  "ik.positionTask", "ik.orientationTask",
-    "iktask",     "ik.package",  "ikFullBody"};
+    "iktask",     "ik.package",  "ikFullBody",    "ik.pose"};
 
 constexpr ZxId kUnknownInterface = {0x0123456789abcdefull, 0xfedcba9876543210ull};
 
@@ -162,7 +164,7 @@ void checkArguments(ZxObject* attributes, const std::string& server)
     const auto& table = tableOf<ZxAttributesTable>(attributes);
     std::uint32_t count = 0;
     const char* name = nullptr;
-    expectCode(table.count(attributes, &count), kZxOk, "the count of a command's arguments");
+    expectCode(table.count(attributes, &count), kZxOk, "the count of a server's arguments");
     for (std::uint32_t i = 0; i < count; ++i)
         expectCode(table.name(attributes, i, &name), kZxOk, "the name of an argument");
     expectCode(table.name(attributes, count, &name), kZxOutOfRange,
@@ -178,14 +180,16 @@ void checkServers(const std::string& path)
         ZxObject* unknown = nullptr;
         expectCode(server->table->query(server, &kUnknownInterface, &unknown), kZxNotFound,
                    fmt::format("'{}', asked for an unknown interface,", tag.name).c_str());
-        const bool isCommand = isSame(tag.interfaceId, kZxIdCommand);
-        ZxObject* second = isCommand ? queryInterface(server, kZxIdAttributes, "Attributes")
-                                     : queryInterface(server, kZxIdStaticDesc, "StaticDesc");
+        // What a user sets, commands and tools take as attributes; all other servers have tags.
+        const bool hasAttributes =
+            isSame(tag.interfaceId, kZxIdCommand) || isSame(tag.interfaceId, kZxIdTool);
+        ZxObject* second = hasAttributes ? queryInterface(server, kZxIdAttributes, "Attributes")
+                                         : queryInterface(server, kZxIdStaticDesc, "StaticDesc");
         ZxObject* sameIdentity = queryInterface(second, kZxIdObject, "Object");
         if (identity != sameIdentity)
             throw CheckFailure(
                 fmt::format("two interfaces of '{}' give different objects as its identity", tag.name));
-        if (isCommand)
+        if (hasAttributes)
             checkArguments(second, tag.name);
         else
             checkDescription(second, tag.name);
@@ -218,18 +222,10 @@ void solveSmallRig(refhost::Host& host)
     std::vector<Pose> pose(bones.size());
     for (int frame = 0; frame < 3; ++frame)
         solver->solve({&goal, 1}, pose);
-    // Forward kinematics of the answer.
-    const auto rotate = [](const std::array<double, 4>& q, const std::array<double, 3>& v) {
-        const std::array<double, 3> t = {2 * (q[1] * v[2] - q[2] * v[1]), 2 * (q[2] * v[0] - q[0] * v[2]),
-                                         2 * (q[0] * v[1] - q[1] * v[0])};
-        return std::array<double, 3>{v[0] + q[3] * t[0] + q[1] * t[2] - q[2] * t[1],
-                                     v[1] + q[3] * t[1] + q[2] * t[0] - q[0] * t[2],
-                                     v[2] + q[3] * t[2] + q[0] * t[1] - q[1] * t[0]};
-    };
-    std::array<double, 3> hand = rotate(pose[1].rotation, bones[2].restTranslation);
-    for (std::size_t a = 0; a < 3; ++a)
-        hand[a] += bones[1].restTranslation[a];
-    hand = rotate(pose[0].rotation, hand);
+    const refhost::Vector3 hand = refhost::transformPoint(
+        refhost::Matrix34{refhost::matrixFromQuaternion(pose[0].rotation), bones[0].restTranslation}
+            * refhost::Matrix34{refhost::matrixFromQuaternion(pose[1].rotation), bones[1].restTranslation},
+        bones[2].restTranslation);
     const double distance = std::hypot(hand[0] - goal.translation[0], hand[1] - goal.translation[1],
                                        hand[2] - goal.translation[2]);
     if (!(distance < 0.01))

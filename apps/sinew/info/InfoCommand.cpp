@@ -2,7 +2,9 @@
 // Summary, hierarchy and poses of a motion file, as text and as JSON.
 #include "info/InfoCommand.h"
 
+#include "info/GltfInfo.h"
 #include "shared/Console.h"
+#include "shared/GltfFile.h"
 #include "shared/Json.h"
 
 #include <fmt/format.h>
@@ -201,6 +203,10 @@ int printPose(const InfoOptions& options, const MotionFile& file)
 
 int runInfo(const InfoOptions& options)
 {
+    if (isGltfFile(options.motion.file))
+        return runGltfInfo(options);
+    if (!options.animation.empty())
+        throw BadInput("--animation is for glTF files; a BVH file has one motion");
     const MotionFile file = readMotionFile(options.motion);
     if (!options.pose.empty())
         return printPose(options, file);

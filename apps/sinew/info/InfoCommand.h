@@ -10,7 +10,8 @@ namespace app {
 
 struct InfoOptions {
     MotionOptions motion;
-    std::string pose; ///< a frame from 0: list its world transforms in place of the summary
+    std::string pose; ///< a frame from 0, of glTF a time: list its world transforms in place of the summary
+    std::string animation; ///< of glTF: name or index of the animation that `pose` is taken from
     bool json = false;
 };
 

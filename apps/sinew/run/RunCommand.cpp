@@ -4,6 +4,7 @@
 
 #include "shared/Console.h"
 #include "shared/Json.h"
+#include "shot/SessionShot.h"
 
 #include <refhost/Commands.h>
 #include <refhost/Host.h>
@@ -44,6 +45,7 @@ public:
         m_Host.setMessageSink([this](MessageLevel level, std::string_view text) { hear(level, text); });
         refhost::Commands& commands = refhost::Commands::of(m_Host);
         commands.setOutputSink([this](std::string_view line) { show(line); }, options.json);
+        addShotCommand(m_Host);
         if (!options.noModule)
             loadModule(commands);
         m_Host.newScene();

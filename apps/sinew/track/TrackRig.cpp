@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Builds the rig of `track` as scene data.
+// Builds the rig of `track`: joints as an import leaves them, the rest by the plug-in's commands.
 #include "track/TrackRig.h"
 
+#include <refhost/Commands.h>
 #include <refhost/Host.h>
 
 #include <stdexcept>
@@ -39,20 +40,29 @@ public:
             throw std::runtime_error(std::string("the rig could not be built: no item type ") + type);
         return expectItem(m_Scene.createItem(*found, name, {.parent = parent}));
     }
-    void addPackage(Item& item, const char* name) { expect(m_Scene.addPackage(item, name)); }
-    void link(const char* graph, Item& from, Item& to) { expect(m_Scene.addLink(graph, from, to)); }
-    void link(Item& from, const char* source, Item& to, const char* target)
+    /// Runs a command of the plug-in on the items, with whole numbers for the arguments behind them.
+    void run(const char* name, std::initializer_list<const Item*> items,
+             std::initializer_list<std::int32_t> numbers = {})
     {
-        expect(m_Scene.addLink(channel(from, source), channel(to, target)));
+        refhost::Commands& commands = refhost::Commands::of(m_Scene.host());
+        const auto invocation = commands.spawn(name);
+        expect(invocation.result());
+        int index = 0;
+        for (const Item* item : items)
+            expect(invocation.value->arguments().setItem(index++, *item));
+        for (const std::int32_t number : numbers)
+            expect(invocation.value->arguments().setInteger(index++, number));
+        if (const refhost::CommandResult done = commands.execute(*invocation.value); !done.ok())
+            throw std::runtime_error("the rig could not be built: " + done.message);
     }
-    void set(Item& item, const char* name, double value)
+    void set(Item& item, const std::string& name, double value)
     {
         expect(m_Scene.writeNumber(channel(item, name), Action::Setup, 0, value, refhost::WriteMode::Plain));
     }
     void setVector(Item& item, const std::string& name, const std::array<double, 3>& value)
     {
         for (std::size_t a = 0; a < 3; ++a)
-            set(item, (name + '.' + "XYZ"[a]).c_str(), value[a]);
+            set(item, name + '.' + "XYZ"[a], value[a]);
     }
     void place(Item& item, const std::array<double, 3>& position)
     {
@@ -61,7 +71,7 @@ public:
     }
 
 private:
-    static refhost::Channel& channel(Item& item, const char* name)
+    static refhost::Channel& channel(Item& item, const std::string& name)
     {
         refhost::Channel* found = item.channel(name);
         if (!found)
@@ -73,6 +83,14 @@ private:
     Scene& m_Scene;
 };
 
+Item* solverBelow(const Item& root)
+{
+    for (Item* child : root.children())
+        if (child->hasPackage("ikFullBody"))
+            return child;
+    throw std::runtime_error("the rig could not be built: the plug-in made no solver item");
+}
+
 } // namespace
 
 TrackRig buildTrackRig(Scene& scene, const std::vector<TrackBone>& bones, const std::vector<TrackGoal>& goals,
@@ -80,27 +98,22 @@ TrackRig buildTrackRig(Scene& scene, const std::vector<TrackBone>& bones, const 
 {
     TrackRig rig;
     Builder build(scene);
+    expect(scene.setSetupMode(true));
     for (const TrackBone& bone : bones) {
         Item* parent = bone.parent < 0 ? nullptr : rig.joints[static_cast<std::size_t>(bone.parent)];
         Item* joint = build.create("locator", bone.name, parent);
-        const std::array<double, 3>& rest = parent ? bone.restTranslation : rootStart;
-        build.place(*joint, rest);
-        build.addPackage(*joint, "ik.package");
-        build.addPackage(*joint, "ik.joint");
-        build.setVector(*joint, "ikRestPos", rest);
-        for (std::size_t a = 0; a < 3; ++a)
-            if (!bone.turns[a])
-                build.set(*joint, (std::string("ikAxis") + "XYZ"[a] + "RotEnable").c_str(), 0);
-        if (parent)
-            build.link("ikRefs", *parent, *joint);
+        build.place(*joint, parent ? bone.restTranslation : rootStart);
         rig.joints.push_back(joint);
     }
-    rig.solver = build.create("ikFullBody", "FullBodyIK", rig.joints.front());
+    Item* const root = rig.joints.front();
+    if (bones.size() == 1)
+        build.create("locator", "End", root); // a rig needs a joint below its root
+    build.run("ikfb.assign", {root}, {settings.translateRoot ? 1 : 0});
+    rig.solver = solverBelow(*root);
     build.set(*rig.solver, "iksSteps", settings.steps);
     build.set(*rig.solver, "iksTolerance", settings.tolerance * 10000);
     build.set(*rig.solver, "iksPrecision", settings.precision);
     build.set(*rig.solver, "iksTaskPull", settings.pull);
-    build.set(*rig.solver, "iksTransRoot", settings.translateRoot);
     if (!settings.fromRest) {
         // While no joint retargets, every evaluation puts the bones back on the animated pose. One that
         // retargets with no gain moves nothing and keeps the solved pose from frame to frame.
@@ -108,21 +121,24 @@ TrackRig buildTrackRig(Scene& scene, const std::vector<TrackBone>& bones, const 
         build.set(*rig.solver, "iksRetargetGain", 0);
         build.set(*rig.joints.back(), "ikjRetargeting", 1);
     }
+    for (std::size_t i = 0; i < bones.size(); ++i)
+        for (std::size_t a = 0; a < 3; ++a)
+            if (!bones[i].turns[a])
+                build.set(*rig.joints[i], std::string("ikAxis") + "XYZ"[a] + "RotEnable", 0);
     for (const TrackGoal& goal : goals) {
-        Item& joint = *rig.joints[goal.bone];
+        Item* joint = rig.joints[goal.bone];
         Item* locator = build.create("locator", "Goal", nullptr);
-        build.link("ikTasks", *rig.solver, joint);
-        if (goal.position) {
-            build.addPackage(joint, "ik.positionTask");
-            build.link(*locator, "wposMatrix", joint, "ikptMatrix");
-        }
+        if (goal.position)
+            build.run("ikfb.task", {joint}, {0, 1});
         if (goal.rotation) {
-            build.addPackage(joint, "ik.orientationTask");
-            build.link(*locator, "wrotMatrix", joint, "ikotMatrix");
-            build.set(joint, "ikotLength", -1); // the whole chain turns towards it, as for a position
+            build.run("ikfb.task", {joint}, {1, 1});
+            build.set(*joint, "ikotLength", -1); // the whole chain turns towards it, as for a position
         }
+        // The goal goes first: a pair that begins with the rig's root is refused.
+        build.run("ikfb.goalAssign", {locator, joint}, {!goal.rotation ? 1 : goal.position ? 0 : 2});
         rig.goals.push_back(locator);
     }
+    expect(scene.setSetupMode(false));
     return rig;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The rig that `track` solves, described as scene data: joints, solver item, tasks and goals.
+// The rig that `track` solves: joints, solver item, tasks and goals.
 #pragma once
 
 #include "track/TrackSolver.h"
@@ -15,8 +15,8 @@ struct TrackRig {
     refhost::Item* solver = nullptr;
 };
 
-/// Fills an empty scene with the rig: every joint at rest, the root at `rootStart`, each goal where its joint
-/// rests. Throws runtime_error when the host refuses.
+/// Fills an empty current scene with the rig: every joint at rest, the root at `rootStart`, each goal at the
+/// origin of the world. Throws runtime_error when the host or the plug-in refuses.
 TrackRig buildTrackRig(refhost::Scene& scene, const std::vector<TrackBone>& bones,
                        const std::vector<TrackGoal>& goals, const TrackSettings& settings,
                        const std::array<double, 3>& rootStart);

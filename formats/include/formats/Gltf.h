@@ -121,7 +121,7 @@ struct GltfSource; // JSON and bytes of the file, kept for writing
 struct Gltf {
     std::vector<GltfNode> nodes;
     std::vector<int> order; // every node, parents first, depth first
-    std::vector<int> skeleton; // what a rig is made of, parents first; see `skeletonNodes` in docs/formats.md
+    std::vector<int> skeleton; // what a rig is made of, parents first; see docs/formats.md
     std::vector<GltfMesh> meshes;
     std::vector<GltfSkin> skins;
     std::vector<GltfAnimation> animations;

@@ -4,6 +4,9 @@
 
 #include <refhost/Messages.h>
 
+#include <fstream>
+#include <iterator>
+
 using namespace e2e;
 
 namespace {
@@ -172,11 +175,15 @@ TEST(RefusalTests, EveryMessageHasASentence)
 {
     RigScene plain; // with the sentences that lie beside the module
     const refhost::Messages& messages = refhost::Messages::of(plain.host);
+    std::ifstream docs(SINEW_SOURCE "/docs/commands.md");
+    const std::string page{std::istreambuf_iterator<char>(docs), {}};
     for (const MessageFact& fact : kMessageFacts) {
         ASSERT_TRUE(messages.contains(fact.table, fact.number)) << fact.table << " " << fact.number;
         const std::string sentence = messages.sentence(fact.table, fact.number);
         EXPECT_GT(sentence.size(), 20u) << fact.table << " " << fact.number;
         EXPECT_EQ(sentence.back(), '.') << sentence;
+        EXPECT_NE(page.find("| " + std::to_string(fact.number) + " | " + sentence + " |"), std::string::npos)
+            << "docs/commands.md does not tell " << fact.table << " " << fact.number;
     }
     for (const char* command : {"ikfb.assign", "ikfb.setRest", "ikfb.task", "ikfb.goal", "ikfb.goalAssign",
                                 "ikfb.chain", "ikfb.remove", "ikfb.retarget"}) {

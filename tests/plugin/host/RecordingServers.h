@@ -4,9 +4,12 @@
 
 #include "host/CZxChannelUI.h"
 #include "host/CZxCommand.h"
+#include "host/CZxDraw.h"
 #include "host/CZxEvaluation.h"
+#include "host/CZxMesh.h"
 #include "host/CZxModule.h"
 #include "host/CZxPackage.h"
+#include "host/CZxTool.h"
 
 #include <string>
 
@@ -99,6 +102,61 @@ public:
     zxresult help(const char*, const char**) override { return note("help"); }
     zxresult group(const char*, const char**) override { return note("group"); }
     zxresult order(const char*, int32_t*) override { return note("order"); }
+
+private:
+    static zxresult note(const char* operation)
+    {
+        called = operation;
+        return kZxAborted;
+    }
+};
+
+/// The same for tools and for what an enumeration calls.
+class RecordingTool final : public CZxImpl_Tool, public CZxImpl_ToolModel, public CZxImpl_Visitor {
+public:
+    static inline std::string called;
+
+    // Tool
+    zxresult reset() override { return note("reset"); }
+    zxresult evaluate(ZxObject*) override { return note("evaluate"); }
+    zxresult vectorType(ZxObject**) override { return note("vectorType"); }
+    zxresult order(const char**) override { return note("order"); }
+    zxresult task(uint32_t*) override { return note("task"); }
+    // ToolModel
+    zxresult flags(uint32_t*) override { return note("flags"); }
+    zxresult draw(ZxObject*, ZxObject*) override { return note("draw"); }
+    zxresult hitTest(ZxObject*, ZxObject*) override { return note("hitTest"); }
+    zxresult initialise(ZxObject*) override { return note("initialise"); }
+    zxresult buttonDown(ZxObject*, ZxObject*) override { return note("buttonDown"); }
+    zxresult move(ZxObject*, ZxObject*) override { return note("move"); }
+    zxresult buttonUp(ZxObject*, ZxObject*) override { return note("buttonUp"); }
+    zxresult dropped() override { return note("dropped"); }
+    zxresult enable(ZxObject*) override { return note("enable"); }
+    // Visitor
+    zxresult visit(ZxObject*) override { return note("visit"); }
+
+private:
+    static zxresult note(const char* operation)
+    {
+        called = operation;
+        return kZxAborted;
+    }
+};
+
+/// The same for items that draw themselves.
+class RecordingView final : public CZxImpl_ViewItem3D {
+public:
+    static inline std::string called;
+
+    zxresult draw(ZxObject*, ZxObject*, const float*) override { return note("draw"); }
+    zxresult drawBackground(ZxObject*, ZxObject*, const float*) override { return note("drawBackground"); }
+    zxresult drawsInWorld() override { return note("drawsInWorld"); }
+    zxresult bounds(ZxObject*, double*, double*) override { return note("bounds"); }
+    zxresult handleCount(uint32_t*) override { return note("handleCount"); }
+    zxresult handle(ZxObject*, uint32_t, uint32_t*, double*) override { return note("handle"); }
+    zxresult handleChannel(uint32_t, int32_t*) override { return note("handleChannel"); }
+    zxresult handleValue(ZxObject*, uint32_t, const double*, double*) override { return note("handleValue"); }
+    zxresult icon(const char**) override { return note("icon"); }
 
 private:
     static zxresult note(const char* operation)

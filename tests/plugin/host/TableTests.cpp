@@ -7,6 +7,7 @@
 #include "plugin/support/StartedPlugin.h"
 #include "rig/CIKTaskNode.h"
 #include "rig/CMarionetNode.h"
+#include "tool/CFindMapVisitor.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +38,10 @@ const Family kFamilies[] = {
     {"Value", kZxIdValue, sizeof(ZxValueTable)},
     {"ValueReference", kZxIdValueReference, sizeof(ZxValueReferenceTable)},
     {"ChannelUI", kZxIdChannelUI, sizeof(ZxChannelUITable)},
+    {"Tool", kZxIdTool, sizeof(ZxToolTable)},
+    {"ToolModel", kZxIdToolModel, sizeof(ZxToolModelTable)},
+    {"ViewItem3D", kZxIdViewItem3D, sizeof(ZxViewItem3DTable)},
+    {"Visitor", kZxIdVisitor, sizeof(ZxVisitorTable)},
 };
 
 CZxObject adopted(ZxObject* object)
@@ -83,7 +88,16 @@ int interfaceCount(const std::string& server)
 {
     if (server.starts_with("ikfb."))
         return 3; // Command, Attributes, AttributesUI
+    if (server == "ik.pose")
+        return 3; // Tool, ToolModel, Attributes
     return server == "ik.joint" || server == "ik.package" ? 3 : 2; // those two have ChannelUI
+}
+
+/// Interfaces of what a package puts on an item.
+int instanceInterfaceCount(const std::string& package)
+{
+    // The other two have no view interface.
+    return package == "ik.joint" || package == "ik.orientationTask" ? 1 : 2;
 }
 
 TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
@@ -105,11 +119,12 @@ TEST(Tables, everyServerInstanceAndNodeHasAllItsSlots)
         if (!(*id == kZxIdPackage))
             continue;
         ASSERT_EQ(reinterpret_cast<const ZxPackageTable*>(made->table)->attach(made, &made), kZxOk);
-        EXPECT_GE(expectFullTables(adopted(made).object()), 1);
+        EXPECT_EQ(expectFullTables(adopted(made).object()), instanceInterfaceCount(name));
     }
     EXPECT_EQ(expectFullTables(adopted(spawnerOf<CMarionetNode>->create()).object()), 1);
     EXPECT_EQ(expectFullTables(adopted(spawnerOf<CIKTaskNode>->create()).object()), 1);
     EXPECT_EQ(expectFullTables(adopted(spawnerOf<CZxArgumentValue>->create()).object()), 2);
+    EXPECT_EQ(expectFullTables(adopted(spawnerOf<CFindMapVisitor>->create()).object()), 1);
 }
 
 #define EXPECT_SLOT(Recorder, Face, operation)                                                               \
@@ -155,6 +170,30 @@ TEST(Tables, everySlotReachesTheOperationOfItsName)
     EXPECT_SLOT(RecordingCommand, ChannelUI, help);
     EXPECT_SLOT(RecordingCommand, ChannelUI, group);
     EXPECT_SLOT(RecordingCommand, ChannelUI, order);
+    EXPECT_SLOT(RecordingTool, Tool, reset);
+    EXPECT_SLOT(RecordingTool, Tool, evaluate);
+    EXPECT_SLOT(RecordingTool, Tool, vectorType);
+    EXPECT_SLOT(RecordingTool, Tool, order);
+    EXPECT_SLOT(RecordingTool, Tool, task);
+    EXPECT_SLOT(RecordingTool, ToolModel, flags);
+    EXPECT_SLOT(RecordingTool, ToolModel, draw);
+    EXPECT_SLOT(RecordingTool, ToolModel, hitTest);
+    EXPECT_SLOT(RecordingTool, ToolModel, initialise);
+    EXPECT_SLOT(RecordingTool, ToolModel, buttonDown);
+    EXPECT_SLOT(RecordingTool, ToolModel, move);
+    EXPECT_SLOT(RecordingTool, ToolModel, buttonUp);
+    EXPECT_SLOT(RecordingTool, ToolModel, dropped);
+    EXPECT_SLOT(RecordingTool, ToolModel, enable);
+    EXPECT_SLOT(RecordingTool, Visitor, visit);
+    EXPECT_SLOT(RecordingView, ViewItem3D, draw);
+    EXPECT_SLOT(RecordingView, ViewItem3D, drawBackground);
+    EXPECT_SLOT(RecordingView, ViewItem3D, drawsInWorld);
+    EXPECT_SLOT(RecordingView, ViewItem3D, bounds);
+    EXPECT_SLOT(RecordingView, ViewItem3D, handleCount);
+    EXPECT_SLOT(RecordingView, ViewItem3D, handle);
+    EXPECT_SLOT(RecordingView, ViewItem3D, handleChannel);
+    EXPECT_SLOT(RecordingView, ViewItem3D, handleValue);
+    EXPECT_SLOT(RecordingView, ViewItem3D, icon);
     EXPECT_SLOT(RecordingArguments, Attributes, count);
     EXPECT_SLOT(RecordingArguments, Attributes, name);
     EXPECT_SLOT(RecordingArguments, Attributes, type);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The host's own commands, by what a user sees of them.
 #include "CommandSession.h"
+#include "refhost/Mesh.h"
 
 #include "refhost/Messages.h"
 
@@ -134,6 +135,34 @@ TEST(HostCommands, PackagesAndTheDrawing)
     session.run("package.add drawing item:Goal");
     session.run("package.remove drawing item:Goal");
     EXPECT_FALSE(session.fails("package.remove drawing item:Goal").empty());
+}
+
+TEST(HostCommands, MeshesAreMadeAndBoundWhereTheyStand)
+{
+    CommandSession session;
+    session.run("item.create name:Arm");
+    session.run("channel.set item:Arm channel:pos.X value:2");
+    session.run("mesh.create points:\"0 0 0 1 0 0 0 1 0\" triangles:\"0 1 2\" name:Sheet");
+    session.run("channel.set item:Sheet channel:pos.Y value:5");
+    const auto point = [&](std::size_t index) {
+        return MeshPoses::of(session.scene()).at(session.item("Sheet"), 0)->points[index];
+    };
+    EXPECT_EQ(point(1), (Vector3f{1, 5, 0}));
+    session.run("mesh.bind item:Sheet joint:Arm points:\"1 2\" weight:0.5");
+    EXPECT_EQ(point(1), (Vector3f{1, 5, 0})); // binding moves nothing
+    session.run("channel.set item:Arm channel:pos.X value:3");
+    session.run("channel.set item:Sheet channel:pos.Y value:0");
+    EXPECT_EQ(point(0), (Vector3f{0, 0, 0}));
+    EXPECT_EQ(point(1), (Vector3f{2, 5, 0}));
+    session.run("undo 3");
+    EXPECT_TRUE(meshOf(session.item("Sheet"))->data().maps.empty());
+
+    EXPECT_NE(session.fails("mesh.create points:\"0 0\" triangles:\"0 1 2\"").find("points"),
+              std::string::npos);
+    EXPECT_NE(session.fails("mesh.create points:\"0 0 0\" triangles:\"0 1 2\"").find("has 1"),
+              std::string::npos);
+    EXPECT_NE(session.fails("mesh.bind item:Arm joint:Arm").find("no geometry"), std::string::npos);
+    EXPECT_NE(session.fails("mesh.bind item:Sheet joint:Arm weight:-1").find("0 or more"), std::string::npos);
 }
 
 TEST(HostCommands, HistoryWalksAllOrNothing)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A thousand random commands, good ones and nonsense, taken back and done again.
 #include "CommandSession.h"
+#include "tool/ToyTool.h"
 
 #include <random>
 
@@ -13,7 +14,17 @@ public:
 
     std::string next(const Scene& scene)
     {
-        switch (below(20)) {
+        switch (below(24)) {
+        case 20:
+        case 21:
+            return "gesture drag from:" + item(scene) + " by:\"" + value() + " " + number(99)
+                + "\" kind:" + pick({"move", "parent", "rotate", "free"}) + " steps:" + number(4);
+        case 22:
+            return "gesture " + pick({"lock ", "pin ", "clear "}) + item(scene)
+                + pick({"", " view:side", " view:free"});
+        case 23:
+            return below(2) ? "mesh.create points:\"0 0 0 1 0 0 0 1 " + number(9) + "\" triangles:\"0 1 2\""
+                            : "mesh.bind item:" + item(scene) + " joint:" + item(scene) + " weight:0.5";
         case 0:
         case 1:
         case 2:
@@ -83,7 +94,10 @@ TEST(RandomCommands, UndoOfEverythingGivesTheFormerDocumentAndRedoTheLaterOne)
 {
     for (const std::uint32_t seed : {1u, 20u, 300u}) {
         SCOPED_TRACE(seed);
+        support::ToyLog toy;
         CommandSession session;
+        ASSERT_TRUE(ToolHost::of(session.host).add(std::make_shared<support::ToyMaker>(toy)).ok());
+        session.run("tool.use toy");
         RandomLines lines(seed);
         Journal& journal = session.scene().journal();
         std::vector<std::string> states = {session.scene().digest()};

@@ -103,6 +103,22 @@ public:
                                                      .copied = thunk<Instance, &Instance::copied>,
                                                      .renamed = thunk<Instance, &Instance::nothing>};
         offer(kZxIdPackageInstance, table.object, this);
+        // A host calls `draw` alone of these.
+        static const ZxViewItem3DTable view = [] {
+            ZxViewItem3DTable made{};
+            made.object = kOps;
+            made.draw = thunk<Instance, &Instance::draw>;
+            return made;
+        }();
+        if (FakeWorld::current->drawItem)
+            offer(kZxIdViewItem3D, view.object, this);
+    }
+    zxresult draw(ZxObject* read, ZxObject* draw, const float* colour)
+    {
+        CZxLocalizedObject reads, draws;
+        check(reads.query(read, kZxIdChannelRead));
+        check(draws.query(draw, kZxIdStrokeDraw));
+        return FakeWorld::current->drawItem(reads, draws, colour);
     }
     zxresult initialise(ZxObject* item)
     {
@@ -293,6 +309,65 @@ public:
     zxresult icon(const char**) { return kZxNotFound; }
 };
 
+/// A tool without attributes.
+class ToolServer final : public FakeObject {
+public:
+    ToolServer()
+    {
+        static const ZxToolTable tool = {.object = kOps,
+                                         .reset = thunk<ToolServer, &ToolServer::reset>,
+                                         .evaluate = thunk<ToolServer, &ToolServer::evaluate>,
+                                         .vectorType = thunk<ToolServer, &ToolServer::vectorType>,
+                                         .order = thunk<ToolServer, &ToolServer::order>,
+                                         .task = thunk<ToolServer, &ToolServer::task>};
+        static const ZxToolModelTable model = {.object = kOps,
+                                               .flags = thunk<ToolServer, &ToolServer::number>,
+                                               .draw = thunk<ToolServer, &ToolServer::draw>,
+                                               .hitTest = thunk<ToolServer, &ToolServer::hitTest>,
+                                               .initialise = thunk<ToolServer, &ToolServer::initialise>,
+                                               .buttonDown = thunk<ToolServer, &ToolServer::buttonDown>,
+                                               .move = thunk<ToolServer, &ToolServer::move>,
+                                               .buttonUp = thunk<ToolServer, &ToolServer::buttonUp>,
+                                               .dropped = thunk<ToolServer, &ToolServer::reset>,
+                                               .enable = thunk<ToolServer, &ToolServer::enable>};
+        offer(kZxIdTool, tool.object, this);
+        offer(kZxIdToolModel, model.object, this);
+    }
+    zxresult reset() { return kZxOk; }
+    zxresult vectorType(ZxObject**) { return kZxNotFound; }
+    zxresult order(const char** order)
+    {
+        *order = "f";
+        return kZxOk;
+    }
+    zxresult task(uint32_t* code)
+    {
+        *code = FakeWorld::current->toolTask;
+        return kZxOk;
+    }
+    zxresult number(uint32_t* number)
+    {
+        *number = 0;
+        return kZxOk;
+    }
+    zxresult enable(ZxObject*) { return kZxTrue; }
+    zxresult evaluate(ZxObject* stack) { return call("evaluate", stack, nullptr); }
+    zxresult initialise(ZxObject* stack) { return call("initialise", stack, nullptr); }
+    zxresult draw(ZxObject* stack, ZxObject* draw) { return call("draw", stack, draw); }
+    zxresult hitTest(ZxObject* stack, ZxObject* draw) { return call("hitTest", stack, draw); }
+    zxresult buttonDown(ZxObject* stack, ZxObject* adjust) { return call("buttonDown", stack, adjust); }
+    zxresult move(ZxObject* stack, ZxObject* adjust) { return call("move", stack, adjust); }
+    zxresult buttonUp(ZxObject* stack, ZxObject* adjust) { return call("buttonUp", stack, adjust); }
+
+private:
+    static zxresult call(std::string_view what, ZxObject* object, ZxObject* other)
+    {
+        CZxLocalize<ZxVectorStackTable> stack;
+        check(stack.query(object, kZxIdVectorStack));
+        return FakeWorld::current->tool ? FakeWorld::current->tool(what, stack, other) : kZxOk;
+    }
+};
+
 class FakeModule final : public FakeObject {
 public:
     FakeModule()
@@ -321,6 +396,8 @@ public:
                 continue;
             if (first == kZxIdEvalModifier)
                 *server = (new ModifierServer)->face();
+            else if (first == kZxIdTool)
+                *server = (new ToolServer)->face();
             else if (first == kZxIdCommand)
                 *server = (new CommandServer)->face();
             else

@@ -6,6 +6,7 @@
 #include <glue/Thunk.h>
 #include <zx/ZxChannel.h>
 #include <zx/ZxCommand.h>
+#include <zx/ZxDraw.h>
 #include <zx/ZxEvaluation.h>
 #include <zx/ZxGraph.h>
 #include <zx/ZxItem.h>
@@ -13,9 +14,11 @@
 #include <zx/ZxPackage.h>
 #include <zx/ZxScene.h>
 #include <zx/ZxSelection.h>
+#include <zx/ZxTool.h>
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -46,6 +49,16 @@ struct FakeWorld {
     /// enabled.
     std::function<zxresult(const CZxLocalizedObject& message)> enable;
     std::function<zxresult()> execute;
+    /// A server of the kind Tool does this with each call of it (`initialise`, `draw`, `hitTest`,
+    /// `buttonDown`, `move`, `buttonUp`, `evaluate`); `other` is the AdjustTool or the StrokeDraw.
+    std::function<zxresult(std::string_view call, const CZxLocalize<ZxVectorStackTable>& stack,
+                           ZxObject* other)>
+        tool;
+    /// What instances on items draw; without it they offer no view interface.
+    std::function<zxresult(const CZxLocalizedObject& read, const CZxLocalizedObject& draw,
+                           const float* colour)>
+        drawItem;
+    uint32_t toolTask = 0x41435452u;
     bool keepsItems = false; ///< a module that counts wrongly
 
     // What happened

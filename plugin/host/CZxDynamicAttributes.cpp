@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The store of a command's arguments.
-#include "host/CZxBasicCommand.h"
+// The store of a command's arguments, or of a tool's settings.
+#include "host/CZxDynamicAttributes.h"
 
 #include "host/CZxGenericPolymorph.h"
 
@@ -67,19 +67,19 @@ zxresult CZxArgumentValue::set(ZxObject* object)
     return kZxOk;
 }
 
-CZxDynamicArguments::CZxDynamicArguments(std::span<const ArgumentRow> rows)
+CZxDynamicAttributes::CZxDynamicAttributes(std::span<const ArgumentRow> rows)
 {
     for (const ArgumentRow& row : rows)
         m_Arguments.push_back({&row, row.flags, {}});
 }
 
-zxresult CZxDynamicArguments::count(uint32_t* count)
+zxresult CZxDynamicAttributes::count(uint32_t* count)
 {
     *count = static_cast<uint32_t>(m_Arguments.size());
     return kZxOk;
 }
 
-zxresult CZxDynamicArguments::name(uint32_t index, const char** name)
+zxresult CZxDynamicAttributes::name(uint32_t index, const char** name)
 {
     if (index >= m_Arguments.size())
         return kZxOutOfRange;
@@ -87,7 +87,7 @@ zxresult CZxDynamicArguments::name(uint32_t index, const char** name)
     return kZxOk;
 }
 
-zxresult CZxDynamicArguments::type(uint32_t index, const char** type)
+zxresult CZxDynamicAttributes::type(uint32_t index, const char** type)
 {
     if (index >= m_Arguments.size())
         return kZxOutOfRange;
@@ -95,7 +95,7 @@ zxresult CZxDynamicArguments::type(uint32_t index, const char** type)
     return kZxOk;
 }
 
-zxresult CZxDynamicArguments::argumentFlags(uint32_t index, uint32_t* flags)
+zxresult CZxDynamicAttributes::argumentFlags(uint32_t index, uint32_t* flags)
 {
     if (index >= m_Arguments.size())
         return kZxOutOfRange;
@@ -103,7 +103,7 @@ zxresult CZxDynamicArguments::argumentFlags(uint32_t index, uint32_t* flags)
     return kZxOk;
 }
 
-zxresult CZxDynamicArguments::value(uint32_t index, uint32_t writing, ZxObject** value)
+zxresult CZxDynamicAttributes::value(uint32_t index, uint32_t writing, ZxObject** value)
 {
     if (index >= m_Arguments.size())
         return kZxOutOfRange;
@@ -112,6 +112,7 @@ zxresult CZxDynamicArguments::value(uint32_t index, uint32_t writing, ZxObject**
         CZxArgumentValue* made = nullptr;
         argument.value.adopt(spawnerOf<CZxArgumentValue>->spawn(&made));
         made->setType(argument.row->type);
+        made->setNumber(argument.row->initial);
     }
     if (writing)
         argument.flags |= kZxArgumentIsSet;
@@ -120,11 +121,32 @@ zxresult CZxDynamicArguments::value(uint32_t index, uint32_t writing, ZxObject**
     return kZxOk;
 }
 
-zxresult CZxDynamicArguments::clear(uint32_t index)
+zxresult CZxDynamicAttributes::clear(uint32_t index)
 {
     if (index >= m_Arguments.size())
         return kZxOutOfRange;
     m_Arguments[index].flags &= ~kZxArgumentIsSet;
     m_Arguments[index].value.clear();
     return kZxOk;
+}
+
+int32_t CZxDynamicAttributes::integer(uint32_t index) const
+{
+    const Argument& argument = m_Arguments[index];
+    return argument.value ? argument.value.integer() : static_cast<int32_t>(argument.row->initial);
+}
+
+double CZxDynamicAttributes::number(uint32_t index) const
+{
+    const Argument& argument = m_Arguments[index];
+    return argument.value ? argument.value.number() : argument.row->initial;
+}
+
+void CZxDynamicAttributes::setDefault(uint32_t index)
+{
+    CZxUser_Value value;
+    ZxObject* made = nullptr;
+    check(this->value(index, 1, &made));
+    value.adopt(made);
+    check(value.setNumber(m_Arguments[index].row->initial));
 }

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+// Sets up camera and floor for a scene.
+#include "shot/ScenePicture.h"
+
+#include <fmt/format.h>
+#include <refhost/Evaluation.h>
+#include <refhost/Host.h>
+#include <refhost/ToolHost.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+namespace app {
+
+namespace {
+
+using refhost::Item;
+using refhost::Scene;
+using refhost::View;
+
+constexpr render::Colour kTextColour{0.20f, 0.24f, 0.32f, 1};
+
+/// The lowest visible thing, where the floor belongs to it; 0 where that lies near the origin anyway.
+double floorUnder(Scene& scene, refhost::UpAxis upAxis, double seenSize)
+{
+    const std::size_t up = upAxis == refhost::UpAxis::Y ? 1 : 2;
+    const double time = scene.host().time();
+    double lowest = std::numeric_limits<double>::infinity();
+    for (Item* item : scene.itemsOfType(scene.host().locatorType())) {
+        refhost::Matrix34 place;
+        if (refhost::Evaluation::of(scene).matrix(*item->channel("wposMatrix"), time, place))
+            lowest = std::min(lowest, place.offset[up]);
+    }
+    for (Item* item : scene.itemsOfType(scene.host().meshType()))
+        if (const auto mesh = refhost::MeshPoses::of(scene).at(*item, time))
+            lowest = std::min(lowest, static_cast<double>(mesh->low[up]));
+    return std::isfinite(lowest) && std::abs(lowest) > 0.25 * seenSize ? lowest : 0;
+}
+
+View fittedView(Scene& scene, const PictureSettings& settings, int width, int height)
+{
+    View view = View::of(settings.camera, settings.up);
+    view.width = width;
+    view.height = height;
+    view.fit(scene, scene.host().time());
+    return view;
+}
+
+render::Surroundings surroundings(Scene& scene, const PictureSettings& settings, const View& view)
+{
+    render::Surroundings around;
+    around.up = settings.up;
+    around.floor = settings.floor;
+    around.floorHeight = floorUnder(scene, settings.up, view.size);
+    return around;
+}
+
+void setTime(Scene& scene, double seconds)
+{
+    if (const refhost::Result set = scene.host().setTime(seconds); !set.ok())
+        throw std::runtime_error(set.message);
+}
+
+double lastKeyOf(const Item& item)
+{
+    double last = 0;
+    for (int i = 0; i < item.channelSlotCount(); ++i)
+        if (const refhost::Channel* channel = item.channel(i))
+            for (const refhost::Layer layer : {refhost::Layer::Setup, refhost::Layer::Anim})
+                if (const refhost::KeyList& keys = channel->keys(layer); !keys.empty())
+                    last = std::max(last, keys.keys().back().time);
+    return last;
+}
+
+} // namespace
+
+bool pictureSizeFromText(std::string_view text, PictureSettings& settings)
+{
+    constexpr int kLeast = 16;
+    const char* const end = text.data() + text.size();
+    const auto width = std::from_chars(text.data(), end, settings.width);
+    if (width.ec != std::errc() || width.ptr == end || (*width.ptr != 'x' && *width.ptr != 'X'))
+        return false;
+    const auto height = std::from_chars(width.ptr + 1, end, settings.height);
+    return height.ec == std::errc() && height.ptr == end && settings.width >= kLeast
+        && settings.height >= kLeast && settings.width <= render::kMaximumPictureSide
+        && settings.height <= render::kMaximumPictureSide;
+}
+
+View fittedView(Scene& scene, const PictureSettings& settings)
+{
+    return fittedView(scene, settings, settings.width, settings.height);
+}
+
+render::Image toolPicture(render::Studio& studio, Scene& scene, const PictureSettings& settings,
+                          const View& view)
+{
+    render::Shapes shapes = render::sceneShapes(scene, view, settings.look);
+    refhost::DrawingList handles;
+    refhost::ToolHost::of(scene.host()).draw(handles);
+    render::addDrawing(shapes, handles, render::Depth::Above);
+    return studio.picture(shapes, view, surroundings(scene, settings, view));
+}
+
+render::Image scenePicture(render::Studio& studio, Scene& scene, const PictureSettings& settings)
+{
+    const View view = fittedView(scene, settings);
+    return studio.picture(render::sceneShapes(scene, view, settings.look), view,
+                          surroundings(scene, settings, view));
+}
+
+render::Image sceneSheet(render::Studio& studio, Scene& scene, const PictureSettings& settings, double first,
+                         double last, int count)
+{
+    constexpr double kUpright = 0.75; // width by height that suits a standing figure
+    const double across = std::sqrt(count / kUpright * settings.width / settings.height);
+    const int rows = std::max(1, static_cast<int>(std::lround(count / std::max(across, 1.0))));
+    const int columns = (count + rows - 1) / rows;
+    const int width = settings.width / columns, height = settings.height / rows;
+    if (width < 16 || height < 16)
+        throw render::RenderError(
+            fmt::format("{} pictures don't fit into {} by {} pixels; ask for fewer, or for a larger sheet",
+                        count, settings.width, settings.height));
+    const auto timeOf = [&](int i) { return count > 1 ? first + (last - first) * i / (count - 1) : first; };
+    double size = 0; // one scale for all, so that what grows is seen to grow
+    for (int i = 0; i < count; ++i) {
+        setTime(scene, timeOf(i));
+        size = std::max(size, fittedView(scene, settings, width, height).size);
+    }
+    render::Image sheet{columns * width, rows * height, {}};
+    sheet.rgb.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height), 255);
+    for (int i = 0; i < count; ++i) {
+        setTime(scene, timeOf(i));
+        View view = fittedView(scene, settings, width - 1, height - 1);
+        view.size = size;
+        render::Surroundings around = surroundings(scene, settings, view);
+        around.axisCross = false;
+        render::addText(around.overlay, 8, 8, fmt::format("{:.2f} s", timeOf(i)), kTextColour, 1.5f);
+        sheet.place(studio.picture(render::sceneShapes(scene, view, settings.look), view, around),
+                    i % columns * width, i / columns * height);
+    }
+    return sheet;
+}
+
+double lastKeyTime(const Scene& scene)
+{
+    double last = 0;
+    for (const Item* item : scene.itemsOfType(scene.host().locatorType())) {
+        last = std::max(last, lastKeyOf(*item));
+        for (int kind = 0; kind < refhost::kTransformKindCount; ++kind)
+            if (const Item* transform = item->transformItem(static_cast<refhost::TransformKind>(kind)))
+                last = std::max(last, lastKeyOf(*transform));
+    }
+    return last;
+}
+
+} // namespace app

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// The space above the chain of a drag.
+#include "tool/ChainFrame.h"
+
+#include <algorithm>
+
+using Sinew::Matrix4d;
+
+ChainFrame::ChainFrame(const double* position, const Matrix4d& rotation, const double* scale)
+    : m_RotationInverse(rotation)
+{
+    std::copy_n(position, 3, m_Position);
+    std::copy_n(scale, 3, m_Scale);
+    m_RotationInverse.invert();
+}
+
+void ChainFrame::toChain(const double* world, double* local) const
+{
+    // World = scale, then rotation, then position; taken back one by one, since a small scale is no reason to
+    // miss.
+    turnToChain(world, local);
+    for (uint32_t c = 0; c < 3; ++c)
+        local[c] /= m_Scale[c];
+}
+
+void ChainFrame::turnToChain(const double* world, double* local) const
+{
+    const double moved[3] = {world[0] - m_Position[0], world[1] - m_Position[1], world[2] - m_Position[2]};
+    for (uint32_t c = 0; c < 3; ++c)
+        local[c] = moved[0] * m_RotationInverse[0][c] + moved[1] * m_RotationInverse[1][c]
+            + moved[2] * m_RotationInverse[2][c];
+}
+
+Matrix4d ChainFrame::toChain(const Matrix4d& rotation) const { return product(rotation, m_RotationInverse); }

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Which camera the user's commands chose for the tool's view.
+#pragma once
+
+#include "refhost/View.h"
+
+#include <optional>
+
+namespace refhost {
+
+class Host;
+
+struct ViewChoice {
+    std::optional<Camera> camera; ///< empty until one was chosen
+    UpAxis up = UpAxis::Y;
+
+    static ViewChoice& of(Host& host);
+    /// Takes a camera and shows everything with it; the rectangle stays. One that is in use stays as it is.
+    void look(Host& host, Camera wanted);
+};
+
+} // namespace refhost

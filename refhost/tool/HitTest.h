@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Which part of a drawing lies under a pixel.
+#pragma once
+
+#include "refhost/DrawingList.h"
+#include "refhost/View.h"
+
+namespace refhost {
+
+/// The part of the element that the pixel lies in, or within a few pixels of a line; where there are several,
+/// that whose middle is nearest to the pixel, then the one nearer to the viewer, then the first. -1 for none.
+int partAt(const DrawingList& list, const View& view, const Pixel& pixel);
+
+} // namespace refhost
