@@ -91,6 +91,15 @@ public:
         const Point way = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
         return {along(way, m_Roles.left), along(way, m_Roles.up), along(way, m_Roles.forward)};
     }
+    /// From between the hip joints to between the shoulders.
+    Point trunk() const
+    {
+        Point way{};
+        for (const Side side : {Side::Left, Side::Right})
+            for (std::size_t a = 0; a < 3; ++a)
+                way[a] += m_Positions[at(Role::UpperArm, side)][a] - m_Positions[at(Role::UpperLeg, side)][a];
+        return {along(way, m_Roles.left), along(way, m_Roles.up), along(way, m_Roles.forward)};
+    }
     bool has(Role role, Side side) const { return m_Roles.find(role, side) >= 0; }
 
 private:
@@ -125,6 +134,17 @@ void expectSameDirections(Figure source, Figure result, std::size_t frames, doub
     struct Bone {
         Role from, to;
     };
+    double trunk = 0, worstTrunk = 0;
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        const double time = static_cast<double>(frame) * frameTime;
+        source.setFrame(frame, time);
+        result.setFrame(frame, time);
+        const double degrees = degreesBetween(source.trunk(), result.trunk());
+        trunk += degrees;
+        worstTrunk = std::max(worstTrunk, degrees);
+    }
+    EXPECT_LT(trunk / static_cast<double>(frames), 5) << what;
+    EXPECT_LT(worstTrunk, 15) << what;
     for (const Bone& bone : {Bone{Role::UpperArm, Role::LowerArm}, Bone{Role::LowerArm, Role::Hand},
                              Bone{Role::UpperLeg, Role::LowerLeg}, Bone{Role::LowerLeg, Role::Foot},
                              Bone{Role::Neck, Role::Head}})
@@ -266,7 +286,8 @@ TEST(Retarget, ABatchGivesTheSameBytesHoweverManyRunAtOnceAndGoesOnWhereItStoppe
     }
     const auto states = [](const ProgramResult& result) {
         std::string text;
-        for (const app::Json& file : result.json()["files"])
+        const app::Json json = result.json();
+        for (const app::Json& file : json["files"])
             text += file["state"].get<std::string>() + " ";
         return text;
     };

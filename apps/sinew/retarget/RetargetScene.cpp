@@ -25,7 +25,7 @@ using refhost::TransformKind;
 
 // Orientations have a weight of 1; those of joints between position goals give way to the stronger goals.
 constexpr double kClavicleWeight = 0.3;
-constexpr double kHandWeight = 1, kFootWeight = 4;
+constexpr double kHandWeight = 0.4, kReachWeight = 1, kFootWeight = 4;
 constexpr double kFirstSteps = 5000; // of the first frame
 constexpr double kSpeed = 30; // hundredths of a radian in an iteration: frames may be far apart
 
@@ -408,7 +408,9 @@ void RetargetScene::tuneGoal(const PositionGoal& goal)
         set(item, std::string("ikptOffset.") + "XYZ"[axis], goal.shift[axis]);
     const Role role = goal.role.role;
     set(item, "ikptWeight",
-        role == Role::Foot || role == Role::Hips || role == Role::Root ? kFootWeight : kHandWeight);
+        role == Role::Hand                                                   ? kHandWeight
+            : role == Role::Foot || role == Role::Hips || role == Role::Root ? kFootWeight
+                                                                             : kReachWeight);
     // A hand moves its arm, a shoulder its collar bone, a foot its leg, and the chest bends the spine; all
     // else is the hips' business.
     const auto isTop = [&](int joint) {
