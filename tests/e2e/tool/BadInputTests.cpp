@@ -76,3 +76,25 @@ TEST(BadInputTests, AFlatScaleAboveTheFigureIsNoPlaceToDragIn)
     scene.release();
     EXPECT_EQ(scene.digest(), before);
 }
+
+TEST(BadInputTests, APointerFarOutsideTheViewDragsNobodyAway)
+{
+    PoseScene scene;
+    const std::size_t before = scene.digest(), steps = scene.undoCount();
+    for (const refhost::Camera camera : {refhost::Camera::Front, refhost::Camera::Free}) {
+        scene.tool().view().axes = refhost::View::of(camera).axes;
+        scene.tool().view().perspective = refhost::View::of(camera).perspective;
+        for (const char* gesture : {"move", "free", "rotate", "parent"}) {
+            scene.press("LeftHand", gesture);
+            for (const int far : {-5000, 90000, 2000000000})
+                (void)scene.tool().move(far, -far);
+            scene.release();
+            for (const Item* joint : scene.figure())
+                for (const double number : scene.matrix(*joint, "wposMatrix").offset)
+                    EXPECT_TRUE(std::isfinite(number)) << gesture << ' ' << joint->label();
+            while (scene.undoCount() > steps)
+                scene.undo();
+            EXPECT_EQ(scene.digest(), before);
+        }
+    }
+}
