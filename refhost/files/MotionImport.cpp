@@ -6,6 +6,7 @@
 #include "files/GltfImport.h"
 #include "files/ImportFault.h"
 #include "files/SceneFileParts.h"
+#include "formats/FileKind.h"
 #include "formats/GltfWriter.h"
 #include "formats/RoleJoints.h"
 #include "refhost/Host.h"
@@ -236,13 +237,6 @@ void keepSource(Scene& scene, const MotionImport& done, MotionSource source)
                           std::make_shared<MotionSource>(std::move(source))));
 }
 
-/// GLB by its mark, glTF by its brace: a BVH file begins with neither.
-bool isGltf(std::string_view bytes)
-{
-    const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
-    return bytes.starts_with("glTF") || (first != std::string_view::npos && bytes[first] == '{');
-}
-
 ResultOf<MotionImport> importGltfFile(Scene& scene, std::string_view bytes, const std::string& path,
                                       const MotionImportOptions& options)
 {
@@ -278,7 +272,7 @@ ResultOf<MotionImport> importMotion(Scene& scene, const std::string& path, const
     if (const auto* error = std::get_if<formats::FileError>(&text))
         return ResultOf<MotionImport>::failure(error->reason);
     const std::string& bytes = std::get<std::string>(text);
-    ResultOf<MotionImport> answer = isGltf(bytes)
+    ResultOf<MotionImport> answer = formats::isGltf(bytes)
         ? importGltfFile(scene, bytes, path, options)
         : importMotionText(scene, bytes, std::filesystem::path(path).filename().string(), options);
     if (!answer.ok())

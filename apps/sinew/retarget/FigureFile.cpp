@@ -2,6 +2,7 @@
 // Reads either format and finds the roles of the joints.
 #include "retarget/FigureFile.h"
 
+#include "formats/FileKind.h"
 #include "formats/RoleJoints.h"
 #include "shared/Console.h"
 #include "shared/MotionFile.h"
@@ -13,13 +14,6 @@
 namespace app {
 
 namespace {
-
-/// GLB by its mark, glTF by its brace: a BVH file begins with neither.
-bool isGltf(std::string_view bytes)
-{
-    const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
-    return bytes.starts_with("glTF") || (first != std::string_view::npos && bytes[first] == '{');
-}
 
 formats::Gltf readGltfBytes(const std::string& path, std::string_view bytes)
 {
@@ -41,7 +35,7 @@ FigureFile readFigure(const std::string& path, const FigureOptions& options)
     if (const auto* error = std::get_if<formats::FileError>(&read))
         throw BadInput(error->reason);
     const std::string& bytes = std::get<std::string>(read);
-    if (isGltf(bytes)) {
+    if (formats::isGltf(bytes)) {
         file.content = readGltfBytes(path, bytes);
         for (const formats::GltfNote& note : file.gltf().notes)
             file.warnings.push_back(

@@ -2,6 +2,7 @@
 // Starts this program again for each source, a few at a time, and keeps a record of what is done.
 #include "retarget/RetargetBatch.h"
 
+#include "formats/FileKind.h"
 #include "formats/Files.h"
 #include "shared/Console.h"
 #include "shared/Json.h"
@@ -135,7 +136,7 @@ private:
     {
         const std::string target = bytesOf(m_Target);
         const std::string map = m_Options.map.empty() ? std::string() : bytesOf(m_Options.map);
-        const bool isBvh = target.find("HIERARCHY") < 4096 && !target.starts_with("glTF");
+        const bool isBvh = !formats::isGltf(target);
         std::map<std::string, std::string> names;
         for (std::size_t i = 0; i + 1 < m_Options.files.size(); ++i) {
             Work item;
