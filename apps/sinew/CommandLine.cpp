@@ -175,6 +175,8 @@ void addRetarget(CLI::App& program, Action& action)
     command->add_option("--animation", options->settings.animation, "of a glTF source, from 0")
         ->type_name("INDEX")
         ->capture_default_str();
+    command->add_flag("--body", options->settings.body,
+                      "give the bones of a BVH target simple solid shapes\nin a .glb");
     command->add_flag_callback(
         "--no-positions", [options] { options->settings.positions = false; },
         "orientations and hips alone: hands and feet follow no\npositions");

@@ -3,6 +3,7 @@
 #include "refhost/View.h"
 
 #include "channels/Vectors.h"
+#include "refhost/DrawingPackage.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 
@@ -55,20 +56,24 @@ struct Box {
     }
 };
 
+/// Meshes and what is drawn as a shape of its own; of a scene without meshes all locators. What carries a
+/// mesh stands anywhere.
 Box boundsOf(Scene& scene, double time)
 {
     Box box;
-    for (Item* item : scene.itemsOfType(scene.host().locatorType())) {
-        Matrix34 place;
-        if (Evaluation::of(scene).matrix(*item->channel("wposMatrix"), time, place))
-            box.include(place.offset);
-    }
     for (Item* item : scene.itemsOfType(scene.host().meshType())) {
         const auto mesh = MeshPoses::of(scene).at(*item, time);
         if (!mesh || mesh->points.empty())
             continue;
         box.include({mesh->low[0], mesh->low[1], mesh->low[2]});
         box.include({mesh->high[0], mesh->high[1], mesh->high[2]});
+    }
+    const bool anyMesh = !box.empty;
+    for (Item* item : scene.itemsOfType(scene.host().locatorType())) {
+        Matrix34 place;
+        if ((!anyMesh || item->hasPackage(kDrawingPackage))
+            && Evaluation::of(scene).matrix(*item->channel("wposMatrix"), time, place))
+            box.include(place.offset);
     }
     return box;
 }

@@ -2,19 +2,32 @@
 // Poses into the channels of a BVH file, or into the nodes of a glTF file.
 #include "retarget/MotionOutput.h"
 
-#include "formats/GltfWriter.h"
 #include "shared/Console.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 namespace app {
 
 namespace {
 
+using refhost::Matrix33;
+
 std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
+/// The rotation that takes the figure's up axis to +Y; none where that is up already.
+Matrix33 uprightTurn(const formats::FigureGuess& figure)
+{
+    const double quarter = M_PI / 2 * figure.upSign;
+    if (figure.upAxis == 0)
+        return refhost::matrixFromEuler({0, 0, quarter}, 0);
+    if (figure.upAxis == 2)
+        return refhost::matrixFromEuler({-quarter, 0, 0}, 0);
+    return figure.upSign < 0 ? refhost::matrixFromEuler({M_PI, 0, 0}, 0) : Matrix33();
+}
 
 } // namespace
 
@@ -33,14 +46,15 @@ OutputFormat outputFormat(const std::string& path)
 }
 
 MotionOutput::MotionOutput(const FigureFile& target, OutputFormat format, std::size_t frameCount,
-                           double frameSeconds, std::string name)
-    : m_Target(target), m_Format(format), m_Name(std::move(name))
+                           double frameSeconds, std::string name, bool body)
+    : m_Target(target), m_Format(format), m_Body(body), m_Name(std::move(name))
 {
-    if (target.isGltf() != (format == OutputFormat::Glb))
-        throw BadInput(fmt::format("-o: the target {} is a {} file, so the output is one too; give a name "
-                                   "that ends in {}",
-                                   target.path, target.isGltf() ? "glTF" : "BVH",
-                                   target.isGltf() ? ".glb" : ".bvh"));
+    if (target.isGltf() && format != OutputFormat::Glb)
+        throw BadInput(fmt::format("-o: the target {} is a glTF file, so the output is one too; give a name "
+                                   "that ends in .glb",
+                                   target.path));
+    if (body && (target.isGltf() || format != OutputFormat::Glb))
+        throw BadInput("--body: only a BVH target written as .glb gets a body; leave it out");
     if (format == OutputFormat::Bvh)
         startBvh(frameCount, frameSeconds);
     else
@@ -112,9 +126,51 @@ std::string MotionOutput::finish()
     return formats::writeBvh(m_Motion);
 }
 
+/// The bones of a BVH target as nodes, in metres and with +Y up.
+formats::GltfWriteResult MotionOutput::skeletonGlb()
+{
+    const formats::BvhMotion& motion = m_Target.bvh();
+    const formats::FigureGuess figure = formats::guessFigure(motion);
+    const Matrix33 upright = uprightTurn(figure);
+    const auto placed = [&](const std::array<double, 3>& v) {
+        return refhost::Vector3{v[0] * figure.metresPerUnit, v[1] * figure.metresPerUnit,
+                                v[2] * figure.metresPerUnit};
+    };
+    std::vector<formats::GltfBone> bones;
+    const std::vector<formats::LocalPose> rest = formats::restPose(motion);
+    for (std::size_t i = 0; i < motion.joints.size(); ++i) {
+        formats::GltfBone bone{motion.joints[i].name, motion.joints[i].parent, {}};
+        if (motion.joints[i].endSite)
+            bone.name = motion.joints[at(bone.parent)].name + "_end";
+        bone.rest.translation = placed(rest[i].translation);
+        bone.rest.rotation = rest[i].rotation;
+        if (bone.parent < 0) {
+            bone.rest.translation = upright * bone.rest.translation;
+            bone.rest.rotation =
+                refhost::quaternionFromMatrix(upright * refhost::matrixFromQuaternion(bone.rest.rotation));
+        }
+        bones.push_back(bone);
+    }
+    formats::GltfClip clip{m_Name, m_Times, {}};
+    for (std::size_t i = 0; i < m_Nodes.size(); ++i) {
+        formats::GltfNodeKeys keys{m_Nodes[i], {}, std::move(m_Rotations[i]), {}};
+        if (bones[at(keys.node)].parent < 0)
+            for (auto& rotation : keys.rotations)
+                rotation = refhost::quaternionFromMatrix(upright * refhost::matrixFromQuaternion(rotation));
+        if (i == 0)
+            for (const auto& translation : m_RootTranslations)
+                keys.translations.push_back(bones[at(keys.node)].parent < 0 ? upright * placed(translation)
+                                                                            : placed(translation));
+        clip.keys.push_back(std::move(keys));
+    }
+    return formats::writeSkeletonGlb(bones, clip, {.body = m_Body});
+}
+
 /// A new animation takes the place of the first one, track by track; what that moved besides rests.
 std::string MotionOutput::finishGlb()
 {
+    if (!m_Target.isGltf())
+        return bytesOf(skeletonGlb());
     const formats::Gltf& gltf = m_Target.gltf();
     const formats::GltfPose rest = formats::restPose(gltf);
     std::vector<formats::GltfNodeKeys> keys(gltf.nodes.size());
@@ -138,8 +194,11 @@ std::string MotionOutput::finishGlb()
         if (!keys[i].rotations.empty() || !keys[i].translations.empty() || !keys[i].scales.empty())
             clip.keys.push_back(std::move(keys[i]));
     }
-    formats::GltfWriteResult written =
-        formats::writeGlb(gltf, clip, {.replaceAnimation = gltf.animations.empty() ? -1 : 0});
+    return bytesOf(formats::writeGlb(gltf, clip, {.replaceAnimation = gltf.animations.empty() ? -1 : 0}));
+}
+
+std::string MotionOutput::bytesOf(formats::GltfWriteResult written) const
+{
     if (const auto* error = std::get_if<formats::GltfError>(&written))
         throw BadInput(fmt::format("{}: {}: {}", m_Target.path, error->place, error->reason));
     return std::get<std::string>(std::move(written));

@@ -2,6 +2,7 @@
 // Collects the poses of a target and writes them as its file with a new motion.
 #pragma once
 
+#include "formats/GltfWriter.h"
 #include "retarget/RetargetScene.h"
 
 #include <string>
@@ -16,8 +17,10 @@ OutputFormat outputFormat(const std::string& path);
 
 class MotionOutput {
 public:
+    /// A BVH target can be written as GLB too: its bones as nodes, with simple solid shapes when `body` is
+    /// set. Throws BadInput for a glTF target and another format.
     MotionOutput(const FigureFile& target, OutputFormat format, std::size_t frameCount, double frameSeconds,
-                 std::string name);
+                 std::string name, bool body = false);
 
     /// Takes the pose that the scene has now; frames come in order.
     void frame(std::size_t frame, RetargetScene& scene);
@@ -29,12 +32,15 @@ public:
 private:
     void startBvh(std::size_t frameCount, double frameSeconds);
     void startGlb(std::size_t frameCount, double frameSeconds);
+    formats::GltfWriteResult skeletonGlb();
     void bvhFrame(std::size_t frame, RetargetScene& scene);
     void glbFrame(RetargetScene& scene);
     std::string finishGlb();
+    std::string bytesOf(formats::GltfWriteResult written) const;
 
     const FigureFile& m_Target;
     OutputFormat m_Format;
+    bool m_Body;
     std::string m_Name;
     formats::BvhMotion m_Motion;
     std::vector<formats::LocalPose> m_Pose;

@@ -86,6 +86,8 @@ std::vector<std::string> settingArguments(const RetargetOptions& options)
     limit("--max-step", options.limits.stepRatio);
     if (!options.settings.positions)
         arguments.emplace_back("--no-positions");
+    if (options.settings.body)
+        arguments.emplace_back("--body");
     if (!options.map.empty())
         arguments.insert(arguments.end(), {"--map", options.map});
     return arguments;

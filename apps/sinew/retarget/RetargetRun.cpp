@@ -57,7 +57,8 @@ std::string retargetMotion(const FigureFile& source, const FigureFile& target, c
                                    source.isGltf() ? "; --animation names one of several" : ""));
     describe(scene, map, request.settings, report);
     RetargetMeasure measure(scene, source, target, map, report, request.animationFrames);
-    MotionOutput output(target, request.format, scene.frameCount(), scene.frameSeconds(), request.motionName);
+    MotionOutput output(target, request.format, scene.frameCount(), scene.frameSeconds(), request.motionName,
+                        request.settings.body);
     {
         Progress progress("retargeting", scene.frameCount());
         for (std::size_t i = 0; i < scene.frameCount(); ++i) {
