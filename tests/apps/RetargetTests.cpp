@@ -233,6 +233,34 @@ TEST(Retarget, DrivesAGltfCharacterFromCapturedMotion)
     expectSameDirections(Figure(motion), Figure(gltf), motion.frameCount, motion.frameTime, "CesiumMan");
 }
 
+TEST(Retarget, ABvhTargetCanBeWrittenAsGlbWithABody)
+{
+    const ProgramRun sinew;
+    const std::string characters = SINEW_EXAMPLES "/characters/", source = characters + "Walker.bvh",
+                      target = characters + "Child.bvh";
+    const ProgramResult plain = retarget(sinew, {source, target, "-o", "out.bvh"});
+    ASSERT_EQ(plain.code, 0) << plain.err;
+    const ProgramResult result = retarget(sinew, {source, target, "-o", "out.glb", "--body"});
+    ASSERT_EQ(result.code, 0) << result.err;
+    const formats::BvhMotion expected = sinew.motion("out.bvh");
+    const formats::FigureGuess figure = formats::guessFigure(expected);
+    formats::GltfReadResult read = formats::readGltf(sinew.read("out.glb"));
+    ASSERT_TRUE(std::holds_alternative<formats::Gltf>(read));
+    const auto& gltf = std::get<formats::Gltf>(read);
+    EXPECT_EQ(gltf.meshes.size(), 1u);
+    for (const std::size_t frame : {0u, 17u, 60u}) {
+        const auto world = worldAt(expected, frame);
+        const auto shown = formats::worldMatrices(
+            gltf, formats::sampleAnimation(gltf, 0, static_cast<double>(frame) * expected.frameTime));
+        for (std::size_t i = 0; i < expected.joints.size(); ++i)
+            for (std::size_t a = 0; a < 3; ++a)
+                EXPECT_NEAR(shown[i][12 + a], world[i].position[a] * figure.metresPerUnit,
+                            1e-4 * figure.height * figure.metresPerUnit)
+                    << expected.joints[i].name << ", frame " << frame;
+    }
+    EXPECT_EQ(retarget(sinew, {source, target, "-o", "out.bvh", "--body"}).code, 2);
+}
+
 TEST(Retarget, AWrittenMapCanBeEditedAndGivesTheSameMotion)
 {
     const ProgramRun sinew;
