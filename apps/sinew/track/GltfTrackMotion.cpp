@@ -29,7 +29,6 @@ constexpr TrackWords kWords = {"rest translation", "has a sheared matrix",
                                "has an uneven scale or shear that its solved pose doesn't fit",
                                "has an uneven scale or shear that its solved pose doesn't fit"};
 
-constexpr double kMostFrames = 200000; // hours of motion; beyond it is a mistake in the times
 constexpr double kDegrees = 57.29577951308232;
 
 struct PartRow {
@@ -121,27 +120,13 @@ double degreesApart(const std::array<double, 4>& a, const std::array<double, 4>&
     return 2 * std::atan2(std::hypot(x, y, z), std::abs(w)) * kDegrees;
 }
 
-std::vector<double> frameTimes(const formats::GltfAnimation& animation, double frameSeconds)
-{
-    const double steps = std::round((animation.end - animation.start) / frameSeconds);
-    if (!(steps < kMostFrames))
-        throw BadInput(fmt::format("the animation lasts {} seconds, which makes more than {} frames of {} "
-                                   "seconds; give a lower --rate",
-                                   rounded(animation.end - animation.start, 3), kMostFrames,
-                                   rounded(frameSeconds, 6)));
-    std::vector<double> times(static_cast<std::size_t>(steps) + 1);
-    for (std::size_t i = 0; i < times.size(); ++i)
-        times[i] = animation.start + static_cast<double>(i) * frameSeconds;
-    return times;
-}
-
 } // namespace
 
-GltfTrackMotion::GltfTrackMotion(formats::Gltf gltf, std::size_t animation, double frameSeconds)
+GltfTrackMotion::GltfTrackMotion(formats::Gltf gltf, std::size_t animation, std::vector<double> times)
     : m_Gltf(std::move(gltf)),
       m_Animation(animation),
       m_JointOf(m_Gltf.nodes.size(), -1),
-      m_Times(frameTimes(m_Gltf.animations[animation], frameSeconds))
+      m_Times(std::move(times))
 {
     makeJoints();
     nameParts();

@@ -12,9 +12,8 @@ namespace app {
 /// skeleton in the animation's first frame. Lengths are metres of the world, with every scale in them.
 class GltfTrackMotion final : public TrackMotion {
 public:
-    /// Frames every `frameSeconds` from the animation's first key to its last. Throws BadInput where there
-    /// are too many of them.
-    GltfTrackMotion(formats::Gltf gltf, std::size_t animation, double frameSeconds);
+    /// An animation of the file with frames at these times in seconds, at least one.
+    GltfTrackMotion(formats::Gltf gltf, std::size_t animation, std::vector<double> times);
 
     /// World transforms of the joints at rest.
     const std::vector<formats::WorldPose>& rest() const { return m_Rest; }

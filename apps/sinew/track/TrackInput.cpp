@@ -17,6 +17,7 @@ namespace app {
 namespace {
 
 constexpr std::size_t kShownFileWarnings = 10;
+constexpr double kMostFrames = 200000; // hours of motion; beyond it is a mistake in the times
 constexpr double kLowestRate = 0.01, kHighestRate = 1000; // Hz
 
 /// The longest chain of bones, for figures that lie flat along the up axis; 1 where there is none.
@@ -95,6 +96,22 @@ void checkGltfOptions(const TrackOptions& options)
                         options.output, options.motion.file));
 }
 
+/// From the animation's first key to its last.
+std::vector<double> frameTimes(const std::string& path, const formats::GltfAnimation& animation,
+                               double frameSeconds)
+{
+    const double steps = std::round((animation.end - animation.start) / frameSeconds);
+    if (!(steps < kMostFrames))
+        throw BadInput(fmt::format(
+            "{}: the animation lasts {} seconds, which makes more than {} frames of {} "
+            "seconds; give a lower --rate",
+            path, rounded(animation.end - animation.start, 3), kMostFrames, rounded(frameSeconds, 6)));
+    std::vector<double> times(static_cast<std::size_t>(steps) + 1);
+    for (std::size_t i = 0; i < times.size(); ++i)
+        times[i] = animation.start + static_cast<double>(i) * frameSeconds;
+    return times;
+}
+
 /// Extent along +Y of the joints at rest.
 double restHeight(const std::vector<TrackJoint>& joints, const std::vector<formats::WorldPose>& world)
 {
@@ -134,7 +151,8 @@ std::unique_ptr<TrackMotion> openGltf(const TrackOptions& options, TrackReport& 
     for (const formats::GltfNote& note : gltf.notes)
         oddities.push_back(atPlace(path, note.place, note.text));
     tellOddities(path, oddities, report);
-    auto motion = std::make_unique<GltfTrackMotion>(std::move(gltf), animation, report.frameTime);
+    std::vector<double> times = frameTimes(path, gltf.animations[animation], report.frameTime);
+    auto motion = std::make_unique<GltfTrackMotion>(std::move(gltf), animation, std::move(times));
     report.height = restHeight(motion->joints(), motion->rest());
     return motion;
 }
