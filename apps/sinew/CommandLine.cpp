@@ -104,10 +104,14 @@ void addTrack(CLI::App& program, Action& action)
     auto options = std::make_shared<TrackOptions>();
     CLI::App* command =
         program.add_subcommand("track", "Solves a motion anew from the motion of a few of its joints.");
-    command->add_option("IN", options->motion.file, "BVH file with the source motion")
+    command
+        ->add_option("IN", options->motion.file,
+                     "file with the source motion: BVH or glTF (.bvh, .gltf,\n.glb, .vrm)")
         ->type_name("")
         ->required();
-    command->add_option("-o,--output", options->output, "BVH file for the solved motion; may be IN")
+    command
+        ->add_option("-o,--output", options->output,
+                     "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; may be IN")
         ->type_name("OUT")
         ->required();
     command
@@ -119,6 +123,12 @@ void addTrack(CLI::App& program, Action& action)
         ->allow_extra_args(false);
     command->add_option("--frames", options->frames, "from 0, both included; either may be left out")
         ->type_name("FIRST:LAST");
+    command->add_option("--animation", options->animation, "of glTF: which one; without: the first")
+        ->type_name("NAME");
+    command
+        ->add_option("--rate", options->rate,
+                     "of glTF: frames a second; without: as its keys come, or\n30 where they are few")
+        ->type_name("HZ");
     addSolveOptions(*command, options->settings);
     command
         ->add_option(
@@ -134,7 +144,8 @@ void addTrack(CLI::App& program, Action& action)
         "Exit codes: 0 done, 1 done but --max-mean-error was missed, 2 bad input, 3 internal error.\n\n"
         "Examples:\n"
         "  sinew track walk.bvh -o solved.bvh --report solved.html\n"
-        "  sinew track walk.bvh -o solved.bvh --goal LeftHand --goal Head:both --frames 0:99\n");
+        "  sinew track walk.bvh -o solved.bvh --goal LeftHand --goal Head:both --frames 0:99\n"
+        "  sinew track fox.glb -o solved.glb --animation Run\n");
     command->callback([options, &action] { action = [options] { return runTrack(*options); }; });
 }
 

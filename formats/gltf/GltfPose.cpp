@@ -12,6 +12,10 @@ namespace {
 
 using Value = std::array<double, 4>;
 
+// Seconds between frames.
+constexpr double kShortestStep = 1e-3, kLongestStep = 0.1;
+constexpr double kUsualStep = 1.0 / 30; // where the keys tell nothing
+
 /// Value, or tangent, number `part` of a key; three components leave the fourth 0.
 Value partOf(const GltfTrack& track, std::size_t key, std::size_t part, std::size_t partCount)
 {
@@ -115,6 +119,22 @@ GltfPose sampleAnimation(const Gltf& gltf, std::size_t animation, double time)
         for (const GltfTrack& track : gltf.animations[animation].tracks)
             apply(track, time, pose[static_cast<std::size_t>(track.node)]);
     return pose;
+}
+
+double frameStep(const GltfAnimation& animation)
+{
+    const GltfTrack* longest = nullptr;
+    for (const GltfTrack& track : animation.tracks)
+        if (!longest || track.times.size() > longest->times.size())
+            longest = &track;
+    if (!longest || longest->times.size() < 2)
+        return kUsualStep;
+    std::vector<double> steps;
+    for (std::size_t i = 1; i < longest->times.size(); ++i)
+        steps.push_back(longest->times[i] - longest->times[i - 1]);
+    const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
+    std::nth_element(steps.begin(), middle, steps.end());
+    return *middle >= kShortestStep && *middle <= kLongestStep ? *middle : kUsualStep;
 }
 
 std::vector<GltfMatrix> worldMatrices(const Gltf& gltf, const GltfPose& pose)

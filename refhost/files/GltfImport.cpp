@@ -9,13 +9,10 @@
 #include "formats/RoleJoints.h"
 #include "refhost/Host.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace refhost {
 namespace {
-
-constexpr double kUsualStep = 1.0 / 30; // seconds between frames where the keys tell nothing
 
 std::size_t at(int node) { return static_cast<std::size_t>(node); }
 
@@ -175,7 +172,7 @@ private:
         for (const formats::GltfTrack& track : animation.tracks)
             if (track.path != formats::GltfPath::Rotation)
                 vectorKeys(track);
-        m_Out.frameSeconds = frameStep(animation);
+        m_Out.frameSeconds = formats::frameStep(animation);
         m_Out.startSeconds = animation.start;
         m_Out.frameCount =
             static_cast<std::size_t>(std::lround((animation.end - animation.start) / m_Out.frameSeconds)) + 1;
@@ -206,26 +203,6 @@ private:
     {
         m_Out.keyCount += keys.size();
         require(m_Scene.setKeys(channel, Action::Anim, keys));
-    }
-
-    /// The middle one of the steps between keys of the longest track.
-    static double frameStep(const formats::GltfAnimation& animation)
-    {
-        const formats::GltfTrack* longest = nullptr;
-        for (const formats::GltfTrack& track : animation.tracks)
-            if (!longest || track.times.size() > longest->times.size())
-                longest = &track;
-        if (!longest || longest->times.size() < 2)
-            return kUsualStep;
-        std::vector<double> steps;
-        for (std::size_t i = 1; i < longest->times.size(); ++i)
-            steps.push_back(longest->times[i] - longest->times[i - 1]);
-        std::nth_element(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2),
-                         steps.end());
-        // A few keys far apart are poses rather than frames.
-        return std::clamp(steps[steps.size() / 2], 1e-3, 0.1) == steps[steps.size() / 2]
-            ? steps[steps.size() / 2]
-            : kUsualStep;
     }
 
     void nameBones() { m_Out.humanoid = setBoneNames(m_Scene, formats::roleJoints(m_Gltf), m_Out.items); }

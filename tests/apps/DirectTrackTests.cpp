@@ -2,6 +2,7 @@
 // Tracking through the plug-in equals driving the engine directly, bit for bit, on every sample motion.
 #include "DirectTrack.h"
 #include "ProgramRun.h"
+#include "track/BvhTrackMotion.h"
 #include "track/TrackRun.h"
 
 #include <gtest/gtest.h>
@@ -22,11 +23,12 @@ formats::BvhMotion tracked(formats::BvhMotion motion, app::TrackRequest request,
                            const app::TrackSolverMaker* makeSolver)
 {
     report.height = 1e9; // no pose counts as lost
+    app::BvhTrackMotion solved(std::move(motion));
     if (makeSolver)
-        app::trackMotion(motion, request, report, *makeSolver);
+        app::trackMotion(solved, request, report, *makeSolver);
     else
-        app::trackMotion(motion, request, report);
-    return motion;
+        app::trackMotion(solved, request, report);
+    return solved.motion();
 }
 
 void expectSameMotion(const formats::BvhMotion& source, bool fromRest)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Which joints become goals: by the names that programs give, by the tree, and as asked for.
 #include "shared/Console.h"
+#include "track/BvhTrackMotion.h"
 #include "track/GoalSelection.h"
 #include "track/NameParts.h"
 
@@ -112,7 +113,7 @@ TEST(GoalSelection, FindsHandsFeetAndHeadInEveryNamingManner)
             const std::vector<std::string>& rest = partsFirst ? family.others : family.parts;
             names.insert(names.end(), rest.begin(), rest.end());
             const formats::BvhMotion motion = starOf(names);
-            const GoalChoice choice = app::chooseGoals(motion);
+            const GoalChoice choice = app::chooseGoals(app::trackJoints(motion));
             const std::map<std::string, std::string> expected = {{"head", family.parts[0]},
                                                                  {"left hand", family.parts[1]},
                                                                  {"right hand", family.parts[2]},
@@ -131,7 +132,7 @@ TEST(GoalSelection, TakesTheEndsOfLimbsThatHaveNoNameAndSaysSo)
     motion.joints = {joint("root", -1), joint("Head", 0, 6), joint("a1", 0, 5),   joint("a2", 2, 5),
                      joint("b1", 0, 5), joint("b2", 4, 5),   joint("f1", 5, 0.3), joint("f2", 5, 0.3),
                      joint("c", 0, 9),  joint("d", 0, 9)};
-    const GoalChoice choice = app::chooseGoals(motion);
+    const GoalChoice choice = app::chooseGoals(app::trackJoints(motion));
     EXPECT_EQ(namesOf(motion, choice), (std::vector<std::string>{"Head", "a2", "b2", "c", "d"}));
     ASSERT_EQ(choice.notes.size(), 1u);
     EXPECT_NE(choice.notes[0].find("left hand"), std::string::npos) << choice.notes[0];
@@ -147,14 +148,17 @@ TEST(GoalSelection, GivesEveryFigureAGoal)
     end.endSite = true;
     end.parent = 4;
     motion.joints.push_back(end);
-    EXPECT_EQ(namesOf(motion, app::chooseGoals(motion)), (std::vector<std::string>{"ball", "post", "tip"}));
+    EXPECT_EQ(namesOf(motion, app::chooseGoals(app::trackJoints(motion))),
+              (std::vector<std::string>{"ball", "post", "tip"}));
 }
 
 TEST(GoalSelection, ReadsKindsAndKeepsColonsOfNames)
 {
     const formats::BvhMotion motion = starOf({"rig:Hand", "Foot", "odd:rot"});
     const std::vector<app::Goal> goals =
-        app::namedGoals(motion, {"rig:Hand", "Foot:rot", "odd:rot", "rig:Hand:rot", "Root:both"}).goals;
+        app::namedGoals(app::trackJoints(motion),
+                        {"rig:Hand", "Foot:rot", "odd:rot", "rig:Hand:rot", "Root:both"})
+            .goals;
     ASSERT_EQ(goals.size(), 4u); // a joint named twice is one goal
     EXPECT_TRUE(goals[0].joint == 1 && goals[0].position && goals[0].rotation);
     EXPECT_TRUE(goals[1].joint == 2 && !goals[1].position && goals[1].rotation);
@@ -167,7 +171,7 @@ TEST(GoalSelection, RefusesUnknownJointsWithNamesNearby)
     const formats::BvhMotion motion = starOf({"rig:LeftHand", "RightHand", "Head"});
     const auto refusal = [&](const std::string& text) -> std::string {
         try {
-            app::namedGoals(motion, {text});
+            app::namedGoals(app::trackJoints(motion), {text});
         } catch (const app::BadInput& error) {
             return error.what();
         }

@@ -314,8 +314,8 @@ TEST(Retarget, ABatchGivesTheSameBytesHoweverManyRunAtOnceAndGoesOnWhereItStoppe
     }
     const auto states = [](const ProgramResult& result) {
         std::string text;
-        const app::Json json = result.json();
-        for (const app::Json& file : json["files"])
+        const app::Json report = result.json(); // which the loop must not outlive
+        for (const app::Json& file : report["files"])
             text += file["state"].get<std::string>() + " ";
         return text;
     };

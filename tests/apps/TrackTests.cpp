@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // `sinew track` from end to end on motions made here.
+#include "../formats/GltfTesting.h"
 #include "ProgramRun.h"
 
 #include <gtest/gtest.h>
@@ -30,6 +31,68 @@ double degreesBetween(const std::array<double, 4>& a, const std::array<double, 4
 {
     const double same = std::abs(a[0] * b[0] + a[1] * b[1] + a[2] * b[2] + a[3] * b[3]);
     return 2 * std::acos(std::min(1.0, same)) * 57.29577951308232;
+}
+
+formats::WorldPose nodeAt(const formats::Gltf& gltf, const std::string& name, double time)
+{
+    const std::vector<formats::GltfMatrix> world =
+        formats::worldMatrices(gltf, formats::sampleAnimation(gltf, 0, time));
+    for (std::size_t i = 0; i < world.size(); ++i)
+        if (gltf.nodes[i].name == name)
+            return formats::worldPose(world[i]);
+    ADD_FAILURE() << "no node " << name;
+    return {};
+}
+
+double nodeDistance(const formats::Gltf& a, const formats::Gltf& b, const std::string& name, double time)
+{
+    const auto p = nodeAt(a, name, time).position, q = nodeAt(b, name, time).position;
+    return std::hypot(p[0] - q[0], p[1] - q[1], p[2] - q[2]);
+}
+
+constexpr std::size_t kCraneFrames = 20;
+
+/// Three joints that turn, none of which rests straight, below a node that stands them up, mirrors them,
+/// doubles their size and moves.
+formats::SmallGltf crane()
+{
+    formats::SmallGltf small;
+    const double half = std::sqrt(0.5);
+    small.json["nodes"] = {
+        {{"name", "Z_UP"}, {"rotation", {-half, 0, 0, half}}, {"scale", {-2, 2, 2}}, {"children", {1}}},
+        {{"name", "base"}, {"rotation", {0, 0.6, 0, 0.8}}, {"scale", {1.5, 1.5, 1.5}}, {"children", {2}}},
+        {{"name", "boom"}, {"rotation", {0, 0, half, half}}, {"translation", {0, 0, 1}}, {"children", {3}}},
+        {{"name", "tip"}, {"rotation", {0.28, 0, 0, 0.96}}, {"translation", {1, 0, 0}}, {"children", {4}}},
+        {{"name", "hook"}, {"rotation", {0, 1, 0, 0}}, {"translation", {0, 1, 0}}}};
+    small.json["scenes"] = {{{"nodes", {0}}}};
+    small.json["skins"] = {{{"joints", {1, 2, 3, 4}}}};
+    std::vector<float> times, moves;
+    for (std::size_t i = 0; i < kCraneFrames; ++i) {
+        const auto time = 0.5f + static_cast<float>(i) / 24;
+        times.push_back(time);
+        moves.insert(moves.end(), {time, 0.3f * time, 1 - time});
+    }
+    const std::size_t input = small.floats(times);
+    small.json["accessors"].back()["min"] = {times.front()};
+    small.json["accessors"].back()["max"] = {times.back()};
+    formats::TestJson animation = {{"name", "swing"}};
+    const auto channel = [&](int node, const char* path, std::size_t output) {
+        animation["samplers"].push_back({{"input", input}, {"output", output}});
+        animation["channels"].push_back(
+            {{"sampler", animation["samplers"].size() - 1}, {"target", {{"node", node}, {"path", path}}}});
+    };
+    channel(0, "translation", small.floats(moves, "VEC3"));
+    for (const int node : {1, 2, 3}) {
+        std::vector<float> turns;
+        for (const float time : times) {
+            const float angle = 0.5f * std::sin(3 * time + static_cast<float>(node));
+            const float x = std::sin(angle) * 0.6f, y = std::sin(angle) * 0.8f;
+            turns.insert(turns.end(), {node == 2 ? 0 : x, y, node == 2 ? x : 0, std::cos(angle)});
+        }
+        channel(node, "rotation", small.floats(turns, "VEC4"));
+    }
+    small.json["animations"] = {animation};
+    return small;
 }
 
 } // namespace
@@ -235,4 +298,100 @@ TEST(Track, FiguresWithoutGoalKeepTheirMotion)
     EXPECT_TRUE(anyContains(result.json()["warnings"], "'Ball' has no goal"));
     // By default the ball is followed as well.
     EXPECT_EQ(sinew({"track", "two.bvh", "-o", "out.bvh", "--json"}).json()["goals"].size(), 6u);
+}
+
+TEST(Track, SolvesGltfInTheWorldWhateverStandsAboveTheSkeleton)
+{
+    const ProgramRun sinew;
+    sinew.write("crane.glb", crane().glb());
+    const ProgramResult result = sinew({"track", "crane.glb", "-o", "out.glb", "--json", "--steps", "5000",
+                                        "--goal", "tip:both", "--goal", "boom", "--goal", "hook"});
+    ASSERT_EQ(result.code, 0) << result.err;
+    const formats::Gltf source = formats::mustReadGltf(formats::readGltf(sinew.read("crane.glb"))),
+                        solved = formats::mustReadGltf(formats::readGltf(sinew.read("out.glb")));
+    ASSERT_EQ(solved.animations.size(), 1u);
+    EXPECT_EQ(solved.animations[0].name, "swing");
+    double sum = 0;
+    for (std::size_t i = 0; i < kCraneFrames; ++i) {
+        SCOPED_TRACE(i);
+        const double time = 0.5 + static_cast<double>(i) / 24;
+        for (const char* goal : {"boom", "tip", "hook"}) {
+            const double distance = nodeDistance(source, solved, goal, time);
+            EXPECT_LT(distance, 0.03) << goal; // of an arm of 9
+            sum += distance / (3.0 * kCraneFrames);
+        }
+        EXPECT_LT(nodeDistance(source, solved, "Z_UP", time), 1e-6);
+        EXPECT_LT(degreesBetween(nodeAt(source, "tip", time).rotation, nodeAt(solved, "tip", time).rotation),
+                  1.5);
+    }
+    const app::Json report = result.json();
+    EXPECT_NEAR(report["residual"]["mean"].get<double>(), sum, 1e-5);
+    EXPECT_EQ(report["frames"]["count"], kCraneFrames);
+    EXPECT_NEAR(report["frames"]["frame_time"].get<double>(), 1.0 / 24, 1e-6);
+    // The skeleton's scale and mirroring are odd enough to be told, but cost the motion nothing.
+    EXPECT_FALSE(anyContains(report["warnings"], "moves up to")) << report["warnings"];
+    EXPECT_FALSE(anyContains(report["warnings"], "differs by")) << report["warnings"];
+
+    ASSERT_EQ(sinew({"track", "crane.glb", "-o", "crane.glb", "--rate", "12", "--frames", "2:5"}).code, 0);
+    const formats::Gltf cut = formats::mustReadGltf(formats::readGltf(sinew.read("crane.glb")));
+    for (const formats::GltfTrack& track : cut.animations[0].tracks)
+        if (track.node == 1) {
+            ASSERT_EQ(track.times.size(), 4u);
+            EXPECT_NEAR(track.times[0], 0.5 + 2.0 / 12, 1e-6); // where the source has it
+        }
+}
+
+TEST(Track, FollowsHandsFeetAndHeadOfAGltfCharacter)
+{
+    const std::filesystem::path file = formats::gltfDataFolder() / "gltf" / "CesiumMan.glb";
+    if (!std::filesystem::exists(file))
+        GTEST_SKIP() << "no sample file " << file << "; set SINEW_DATA to the folder that has it";
+    const ProgramRun sinew;
+    const ProgramResult result =
+        sinew({"track", file.string(), "-o", "out.glb", "--json", "--max-mean-error", "0.2%"});
+    ASSERT_EQ(result.code, 0) << result.err << result.out;
+    const formats::Gltf source = formats::mustReadGltf(formats::readGltfFile(file.string())),
+                        solved = formats::mustReadGltf(formats::readGltf(sinew.read("out.glb")));
+    const app::Json report = result.json();
+    EXPECT_EQ(report["frames"]["count"], 48);
+    ASSERT_EQ(report["goals"].size(), 5u);
+    double sum = 0;
+    for (const app::Json& goal : report["goals"])
+        for (std::size_t i = 0; i < 48; ++i)
+            sum += nodeDistance(source, solved, goal["joint"],
+                                source.animations[0].start + static_cast<double>(i) / 24);
+    EXPECT_NEAR(report["residual"]["mean"].get<double>(), sum / (5 * 48), 1e-5);
+    EXPECT_EQ(solved.meshes.size(), source.meshes.size());
+    EXPECT_EQ(solved.nodes.size(), source.nodes.size());
+}
+
+TEST(Track, SaysWhatItCannotDoWithAGltfFile)
+{
+    const ProgramRun sinew;
+    formats::SmallGltf still = crane();
+    sinew.write("crane.glb", still.glb());
+    still.json.erase("animations");
+    sinew.write("still.glb", still.glb());
+    sinew.write("walk.bvh", walkingFigure(3));
+    const std::vector<std::pair<std::vector<std::string>, std::string>> calls = {
+        {{"crane.glb", "-o", "out.bvh"}, "ends in .glb"},
+        {{"crane.glb", "-o", "out.gltf"}, "ends in .glb"},
+        {{"walk.bvh", "-o", "out.glb"}, "ends in .bvh"},
+        {{"walk.bvh", "-o", "out.bvh", "--rate", "30"}, "leave them out"},
+        {{"still.glb", "-o", "out.glb"}, "no animation"},
+        {{"none.glb", "-o", "out.glb"}, "none.glb"},
+        {{"crane.glb", "-o", "out.glb", "--up", "z"}, "leave --unit, --up"},
+        {{"crane.glb", "-o", "out.glb", "--rate", "0"}, "--rate: 0 won't do"},
+        {{"crane.glb", "-o", "out.glb", "--animation", "run"}, "--animation run: the file has 1 animation"},
+        {{"crane.glb", "-o", "out.glb", "--goal", "Hook"}, "'hook'"},
+        {{"crane.glb", "-o", "out.glb", "--frames", "0:20"}, "--frames"},
+    };
+    for (const auto& [arguments, part] : calls) {
+        std::vector<std::string> all = {"track"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        const ProgramResult result = sinew(all);
+        EXPECT_EQ(result.code, 2) << part << result.err;
+        EXPECT_NE(result.err.find(part), std::string::npos) << part << " is not in: " << result.err;
+    }
+    EXPECT_EQ(sinew.fileCount(), 3u);
 }

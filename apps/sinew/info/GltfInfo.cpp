@@ -240,24 +240,6 @@ Json summaryJson(const InfoOptions& options, const Gltf& gltf)
             {"warnings", std::move(notes)}};
 }
 
-/// The animation that the user means: by name, else by index, else the first.
-std::size_t chosenAnimation(const InfoOptions& options, const Gltf& gltf)
-{
-    if (options.animation.empty())
-        return 0;
-    for (std::size_t i = 0; i < gltf.animations.size(); ++i)
-        if (gltf.animations[i].name == options.animation)
-            return i;
-    std::size_t index = 0;
-    const char* end = options.animation.data() + options.animation.size();
-    const auto [stop, error] = std::from_chars(options.animation.data(), end, index);
-    if (error != std::errc() || stop != end || index >= gltf.animations.size())
-        throw BadInput(fmt::format("--animation {}: the file has {}; give a name, or an index from 0",
-                                   printable(options.animation),
-                                   counted(gltf.animations.size(), "animation", "animations")));
-    return index;
-}
-
 int printPose(const InfoOptions& options, const Gltf& gltf)
 {
     formats::GltfPose pose = formats::restPose(gltf);
@@ -269,7 +251,7 @@ int printPose(const InfoOptions& options, const Gltf& gltf)
         if (error != std::errc() || stop != end || !std::isfinite(seconds))
             throw BadInput(fmt::format("--pose {}: of a glTF file give a time in seconds, or rest",
                                        printable(options.pose)));
-        pose = formats::sampleAnimation(gltf, chosenAnimation(options, gltf), seconds);
+        pose = formats::sampleAnimation(gltf, chosenAnimation(gltf, options.animation), seconds);
         time = seconds;
     }
     const std::vector<formats::GltfMatrix> world = formats::worldMatrices(gltf, pose);

@@ -7,21 +7,42 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <fstream>
 
 namespace app {
 
-bool isGltfFile(const std::string& file)
+namespace {
+
+std::string endingOf(const std::string& file)
 {
     std::string ending = std::filesystem::path(file).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
-    for (const char* known : {".gltf", ".glb", ".vrm", ".vrma"})
-        if (ending == known)
-            return true;
+    return ending;
+}
+
+} // namespace
+
+bool hasGltfEnding(const std::string& file)
+{
+    const std::string ending = endingOf(file);
+    return ending == ".gltf" || isGlbName(file);
+}
+
+bool isGlbName(const std::string& file)
+{
+    const std::string ending = endingOf(file);
+    return ending == ".glb" || ending == ".vrm" || ending == ".vrma";
+}
+
+bool isGltfFile(const std::string& file)
+{
+    if (hasGltfEnding(file))
+        return true;
     std::error_code ignored;
-    if (ending == ".bvh" || !std::filesystem::is_regular_file(file, ignored))
+    if (endingOf(file) == ".bvh" || !std::filesystem::is_regular_file(file, ignored))
         return false;
     char start[256] = {};
     std::ifstream stream(file, std::ios::binary);
@@ -40,6 +61,24 @@ formats::Gltf readGltfMotion(const std::string& file)
                            ? error->reason
                            : atPlace(file, error->place, error->reason));
     return std::get<formats::Gltf>(std::move(result));
+}
+
+std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation)
+{
+    if (animation.empty())
+        return 0;
+    const std::size_t count = gltf.animations.size();
+    for (std::size_t i = 0; i < count; ++i)
+        if (gltf.animations[i].name == animation)
+            return i;
+    std::size_t index = 0;
+    const char* end = animation.data() + animation.size();
+    const auto [stop, error] = std::from_chars(animation.data(), end, index);
+    if (error != std::errc() || stop != end || index >= count)
+        throw BadInput(
+            fmt::format("--animation {}: the file has {} animation{}; give a name, or an index from 0",
+                        printable(animation), count, count == 1 ? "" : "s"));
+    return index;
 }
 
 std::string atPlace(std::string_view file, std::string_view place, std::string_view text)

@@ -15,32 +15,31 @@ namespace app {
 
 namespace {
 
-using formats::BvhJoint;
-using formats::BvhMotion;
-
 constexpr double kTwigShare = 0.1; // of the longest chain: fingers, eyes and toes are shorter than this
 constexpr std::size_t kNearNames = 3;
+constexpr int kKnown = 1000; // above the score of any name
 
-std::size_t parentOf(const BvhJoint& joint) { return static_cast<std::size_t>(joint.parent); }
+std::size_t parentOf(const TrackJoint& joint) { return static_cast<std::size_t>(joint.parent); }
 
 /// Ends of the limbs of every figure: joints below which there is nothing but twigs.
-std::vector<std::size_t> limbEnds(const BvhMotion& motion, const std::vector<std::size_t>& roots)
+std::vector<std::size_t> limbEnds(const std::vector<TrackJoint>& joints,
+                                  const std::vector<std::size_t>& roots)
 {
-    const std::size_t count = motion.joints.size();
+    const std::size_t count = joints.size();
     std::vector<double> below(count); // the longest chain below each joint
     const auto length = [&](std::size_t i) {
-        const auto& o = motion.joints[i].offset;
+        const auto& o = joints[i].rest.translation;
         return std::hypot(o[0], o[1], o[2]);
     };
     for (std::size_t i = count; i-- > 0;)
-        if (motion.joints[i].parent >= 0) {
-            double& above = below[parentOf(motion.joints[i])];
+        if (joints[i].parent >= 0) {
+            double& above = below[parentOf(joints[i])];
             above = std::max(above, length(i) + below[i]);
         }
     // Parents come first, so one pass tells what hangs on a twig.
     std::vector<bool> twig(count), hasLimb(count);
     for (std::size_t i = 0; i < count; ++i) {
-        const BvhJoint& joint = motion.joints[i];
+        const TrackJoint& joint = joints[i];
         if (joint.endSite)
             continue;
         if (joint.parent >= 0)
@@ -50,7 +49,7 @@ std::vector<std::size_t> limbEnds(const BvhMotion& motion, const std::vector<std
     }
     std::vector<std::size_t> ends;
     for (std::size_t i = 0; i < count; ++i)
-        if (!motion.joints[i].endSite && !twig[i] && !hasLimb[i])
+        if (!joints[i].endSite && !twig[i] && !hasLimb[i])
             ends.push_back(i);
     return ends;
 }
@@ -61,14 +60,15 @@ struct PartChoice {
 };
 
 /// The likeliest joint of each part in the figure below `root`; a score of 0 where there is none.
-std::vector<PartChoice> choosePartsByName(const BvhMotion& motion, const std::vector<std::size_t>& roots,
-                                          std::size_t root)
+std::vector<PartChoice> choosePartsByName(const std::vector<TrackJoint>& joints,
+                                          const std::vector<std::size_t>& roots, std::size_t root)
 {
     std::vector<PartChoice> chosen(std::size(kGoalParts));
-    for (std::size_t i = 0; i < motion.joints.size(); ++i) {
-        if (motion.joints[i].endSite || roots[i] != root)
+    for (std::size_t i = 0; i < joints.size(); ++i) {
+        if (joints[i].endSite || roots[i] != root)
             continue;
-        const PartMatch match = partOfName(motion.joints[i].name);
+        const PartMatch match =
+            joints[i].part == BodyPart::None ? partOfName(joints[i].name) : PartMatch{joints[i].part, kKnown};
         for (std::size_t p = 0; p < chosen.size(); ++p) {
             // Of two necks the one nearer to the head, which comes later.
             const bool later = match.part == BodyPart::Head && match.score == chosen[p].score;
@@ -79,11 +79,11 @@ std::vector<PartChoice> choosePartsByName(const BvhMotion& motion, const std::ve
     return chosen;
 }
 
-bool covered(const BvhMotion& motion, std::size_t end, const std::vector<bool>& isGoal)
+bool covered(const std::vector<TrackJoint>& joints, std::size_t end, const std::vector<bool>& isGoal)
 {
-    for (std::size_t i = end;; i = parentOf(motion.joints[i])) {
+    for (std::size_t i = end;; i = parentOf(joints[i])) {
         // A goal at the root says nothing about the limbs.
-        if (motion.joints[i].parent < 0)
+        if (joints[i].parent < 0)
             return false;
         if (isGoal[i])
             return true;
@@ -98,20 +98,20 @@ std::string listed(const std::vector<std::string>& names)
     return text;
 }
 
-std::size_t findJoint(const BvhMotion& motion, std::string_view name)
+std::size_t findJoint(const std::vector<TrackJoint>& joints, std::string_view name)
 {
-    const auto found = std::find_if(motion.joints.begin(), motion.joints.end(), [&](const BvhJoint& joint) {
+    const auto found = std::find_if(joints.begin(), joints.end(), [&](const TrackJoint& joint) {
         return !joint.endSite && joint.name == name;
     });
-    return static_cast<std::size_t>(found - motion.joints.begin());
+    return static_cast<std::size_t>(found - joints.begin());
 }
 
-[[noreturn]] void refuseJoint(const BvhMotion& motion, std::string_view name)
+[[noreturn]] void refuseJoint(const std::vector<TrackJoint>& joints, std::string_view name)
 {
     if (name.empty())
         throw BadInput("--goal: a joint name is missing; give JOINT, JOINT:pos, JOINT:rot or JOINT:both");
     std::vector<std::pair<std::size_t, std::string>> near;
-    for (const BvhJoint& joint : motion.joints) {
+    for (const TrackJoint& joint : joints) {
         if (joint.endSite)
             continue;
         // `LeftHand` is near to `mixamorig:LeftHand`, however long the name space.
@@ -135,24 +135,24 @@ std::size_t findJoint(const BvhMotion& motion, std::string_view name)
 
 } // namespace
 
-std::vector<std::size_t> rootsOf(const BvhMotion& motion)
+std::vector<std::size_t> rootsOf(const std::vector<TrackJoint>& joints)
 {
-    std::vector<std::size_t> roots(motion.joints.size());
+    std::vector<std::size_t> roots(joints.size());
     for (std::size_t i = 0; i < roots.size(); ++i)
-        roots[i] = motion.joints[i].parent < 0 ? i : roots[parentOf(motion.joints[i])];
+        roots[i] = joints[i].parent < 0 ? i : roots[parentOf(joints[i])];
     return roots;
 }
 
-GoalChoice chooseGoals(const BvhMotion& motion)
+GoalChoice chooseGoals(const std::vector<TrackJoint>& joints)
 {
     GoalChoice choice;
-    const std::vector<std::size_t> roots = rootsOf(motion);
-    const std::vector<std::size_t> ends = limbEnds(motion, roots);
-    std::vector<bool> isGoal(motion.joints.size());
-    for (std::size_t root = 0; root < motion.joints.size(); ++root) {
-        if (motion.joints[root].parent >= 0 || motion.joints[root].endSite)
+    const std::vector<std::size_t> roots = rootsOf(joints);
+    const std::vector<std::size_t> ends = limbEnds(joints, roots);
+    std::vector<bool> isGoal(joints.size());
+    for (std::size_t root = 0; root < joints.size(); ++root) {
+        if (joints[root].parent >= 0 || joints[root].endSite)
             continue;
-        const std::vector<PartChoice> parts = choosePartsByName(motion, roots, root);
+        const std::vector<PartChoice> parts = choosePartsByName(joints, roots, root);
         std::vector<std::string> missing;
         for (std::size_t p = 0; p < parts.size(); ++p) {
             if (parts[p].score == 0) {
@@ -166,13 +166,13 @@ GoalChoice chooseGoals(const BvhMotion& motion)
             continue;
         std::vector<std::string> added;
         for (const std::size_t end : ends) {
-            if (roots[end] != root || isGoal[end] || covered(motion, end, isGoal))
+            if (roots[end] != root || isGoal[end] || covered(joints, end, isGoal))
                 continue;
             choice.goals.push_back({end, true, false, "end of a limb"});
-            added.push_back("'" + motion.joints[end].name + "'");
+            added.push_back("'" + joints[end].name + "'");
         }
         choice.notes.push_back(fmt::format(
-            "{} of the figure at '{}' {} found by name; {}", listed(missing), motion.joints[root].name,
+            "{} of the figure at '{}' {} found by name; {}", listed(missing), joints[root].name,
             missing.size() == 1 ? "is not" : "are not",
             added.empty() ? "every limb has a goal without; --goal adds others"
                           : fmt::format("the tree's shape gives {} as goals; --goal names others",
@@ -182,25 +182,25 @@ GoalChoice chooseGoals(const BvhMotion& motion)
     return choice;
 }
 
-GoalChoice namedGoals(const BvhMotion& motion, const std::vector<std::string>& texts)
+GoalChoice namedGoals(const std::vector<TrackJoint>& joints, const std::vector<std::string>& texts)
 {
     GoalChoice choice;
     for (const std::string& text : texts) {
         Goal goal;
-        goal.joint = findJoint(motion, text);
+        goal.joint = findJoint(joints, text);
         // Names may hold colons themselves, so the kind is only looked for where the whole is no joint.
-        if (goal.joint == motion.joints.size()) {
+        if (goal.joint == joints.size()) {
             const std::size_t mark = text.rfind(':');
             const std::string kind = mark == std::string::npos ? "" : text.substr(mark + 1);
             const bool stated = kind == "pos" || kind == "rot" || kind == "both";
             const std::string name = stated ? text.substr(0, mark) : text;
-            goal.joint = findJoint(motion, name);
-            if (goal.joint == motion.joints.size() && mark != std::string::npos && !stated
-                && findJoint(motion, text.substr(0, mark)) != motion.joints.size())
+            goal.joint = findJoint(joints, name);
+            if (goal.joint == joints.size() && mark != std::string::npos && !stated
+                && findJoint(joints, text.substr(0, mark)) != joints.size())
                 throw BadInput(
                     fmt::format("--goal {}: '{}' is no kind of goal; give pos, rot or both", text, kind));
-            if (goal.joint == motion.joints.size())
-                refuseJoint(motion, name);
+            if (goal.joint == joints.size())
+                refuseJoint(joints, name);
             goal.position = kind != "rot" || !stated;
             goal.rotation = stated && kind != "pos";
         }

@@ -2,7 +2,7 @@
 // Chooses the joints whose motion becomes the goals of a solve.
 #pragma once
 
-#include "formats/Bvh.h"
+#include "track/TrackMotion.h"
 
 #include <cstddef>
 #include <string>
@@ -23,15 +23,15 @@ struct GoalChoice {
     std::vector<std::string> notes; ///< what the user should know of the choice
 };
 
-/// Hands, feet and head of every figure in the file by name; where some of them have no name, the ends of the
-/// limbs that hold no named one. A figure always gets a goal.
-GoalChoice chooseGoals(const formats::BvhMotion& motion);
+/// Hands, feet and head of every figure in the file, as known or by name; where some of them have no name,
+/// the ends of the limbs that hold no named one. A figure always gets a goal.
+GoalChoice chooseGoals(const std::vector<TrackJoint>& joints);
 
 /// The goals that the user names, `JOINT` or `JOINT:pos|rot|both`; throws BadInput for a joint that isn't
 /// there.
-GoalChoice namedGoals(const formats::BvhMotion& motion, const std::vector<std::string>& texts);
+GoalChoice namedGoals(const std::vector<TrackJoint>& joints, const std::vector<std::string>& texts);
 
 /// The root above each joint.
-std::vector<std::size_t> rootsOf(const formats::BvhMotion& motion);
+std::vector<std::size_t> rootsOf(const std::vector<TrackJoint>& joints);
 
 } // namespace app

@@ -11,7 +11,7 @@
 
 namespace app {
 
-/// A goal's rotation as the angles in radians about x, y and z, in rotation order 0, that a locator is given.
+/// A pose's rotation as the angles in radians about x, y and z, in rotation order 0, that a locator is given.
 refhost::Vector3 goalAngles(const Pose& goal);
 
 /// Poses in the parents' space from world transforms. Bones below a root keep their rest translation, since

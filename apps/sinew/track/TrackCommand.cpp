@@ -7,6 +7,7 @@
 #include "shared/Console.h"
 #include "shared/Json.h"
 #include "shared/OutputFile.h"
+#include "track/TrackInput.h"
 #include "track/TrackRun.h"
 
 #include <fmt/format.h>
@@ -24,7 +25,6 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
-constexpr std::size_t kShownFileWarnings = 10;
 constexpr std::uint32_t kMostSteps = 1'000'000;
 
 double secondsSince(Clock::time_point start)
@@ -61,48 +61,17 @@ void checkPlaces(const TrackOptions& options)
             fmt::format("--report: {} is the motion that is read; give another name", options.htmlFile));
 }
 
-/// The figure's height, or its longest side where it lies flat along the up axis.
-double heightOf(const MotionFile& file)
-{
-    if (file.figure.height > 0)
-        return file.figure.height;
-    double longest = 0;
-    std::vector<double> chain(file.motion.joints.size());
-    for (std::size_t i = 0; i < chain.size(); ++i) {
-        const formats::BvhJoint& joint = file.motion.joints[i];
-        if (joint.parent >= 0)
-            chain[i] = chain[static_cast<std::size_t>(joint.parent)]
-                + std::hypot(joint.offset[0], joint.offset[1], joint.offset[2]);
-        longest = std::max(longest, chain[i]);
-    }
-    return longest > 0 ? longest : 1;
-}
-
-void describe(const TrackOptions& options, const MotionFile& file, TrackReport& report)
+void describe(const TrackOptions& options, TrackReport& report)
 {
     report.input = options.motion.file;
     report.output = options.output;
     report.htmlFile = options.htmlFile;
-    report.fileFrames = file.motion.frameCount;
-    report.frameTime = file.motion.frameTime;
-    report.jointCount = jointCount(file.motion);
-    report.height = heightOf(file);
-    report.unit = file.figure.unit;
-    if (file.figure.unit != "unknown")
-        report.metresPerUnit = file.figure.metresPerUnit;
-    report.up = upText(file.figure);
     report.steps = options.settings.steps;
     report.tolerance = options.settings.tolerance;
     report.precision = options.settings.precision;
     report.pull = options.settings.pull;
     report.translateRoot = options.settings.translateRoot;
     report.fromRest = options.settings.fromRest;
-    const std::vector<formats::BvhWarning>& warnings = file.motion.warnings;
-    for (std::size_t i = 0; i < std::min(warnings.size(), kShownFileWarnings); ++i)
-        report.warnings.push_back(atLine(options.motion.file, warnings[i].line, warnings[i].text));
-    if (warnings.size() > kShownFileWarnings)
-        report.warnings.push_back(fmt::format("{}: {} further warnings; `sinew info` lists them all",
-                                              options.motion.file, warnings.size() - kShownFileWarnings));
 }
 
 } // namespace
@@ -156,19 +125,15 @@ int runTrack(const TrackOptions& options)
     const Clock::time_point start = Clock::now();
     checkSettings(options.settings);
     checkPlaces(options);
-    MotionFile file = readMotionFile(options.motion);
-    if (file.motion.frameCount == 0)
-        throw BadInput(
-            fmt::format("{}: the file has no frames, so there is no motion to track", options.motion.file));
-
     TrackReport report;
-    describe(options, file, report);
-    const FrameRange range = parseFrames(options.frames, file.motion.frameCount);
+    describe(options, report);
+    const std::unique_ptr<TrackMotion> motion = openTrackMotion(options, report);
+    const FrameRange range = parseFrames(options.frames, report.fileFrames);
     report.firstFrame = range.first;
     report.lastFrame = range.last;
     report.maxMeanError = parseMaxMeanError(options.maxMeanError, report.height);
     GoalChoice choice =
-        options.goals.empty() ? chooseGoals(file.motion) : namedGoals(file.motion, options.goals);
+        options.goals.empty() ? chooseGoals(motion->joints()) : namedGoals(motion->joints(), options.goals);
     report.warnings.insert(report.warnings.end(), choice.notes.begin(), choice.notes.end());
     TrackRequest request{std::move(choice.goals), options.settings, range.first, range.last,
                          options.htmlFile.empty() ? 0 : kAnimationFrames};
@@ -179,10 +144,10 @@ int runTrack(const TrackOptions& options)
             "--max-mean-error measures positions, and no goal has one; add a goal JOINT:pos or JOINT:both");
     report.readSeconds = secondsSince(start);
 
-    trackMotion(file.motion, request, report);
+    trackMotion(*motion, request, report);
 
     const Clock::time_point written = Clock::now();
-    writeOutput(options.output, formats::writeBvh(file.motion));
+    writeOutput(options.output, motion->bytes());
     report.writeSeconds = secondsSince(written);
     report.totalSeconds = secondsSince(start);
     if (!options.htmlFile.empty())

@@ -2,6 +2,8 @@
 // Builds the rig of `track`: joints as an import leaves them, the rest by the plug-in's commands.
 #include "track/TrackRig.h"
 
+#include "track/PoseMatrices.h"
+
 #include <refhost/Commands.h>
 #include <refhost/Host.h>
 
@@ -70,6 +72,14 @@ public:
                   position);
     }
 
+    /// Bones that rest without a turn get no transform item for one.
+    void turn(Item& item, const std::array<double, 4>& rotation)
+    {
+        if (rotation != std::array<double, 4>{0, 0, 0, 1})
+            setVector(*expectItem(m_Scene.addTransformItem(item, refhost::TransformKind::Rotation)), "rot",
+                      goalAngles({{}, rotation}));
+    }
+
 private:
     static refhost::Channel& channel(Item& item, const std::string& name)
     {
@@ -103,6 +113,7 @@ TrackRig buildTrackRig(Scene& scene, const std::vector<TrackBone>& bones, const 
         Item* parent = bone.parent < 0 ? nullptr : rig.joints[static_cast<std::size_t>(bone.parent)];
         Item* joint = build.create("locator", bone.name, parent);
         build.place(*joint, parent ? bone.restTranslation : rootStart);
+        build.turn(*joint, bone.restRotation);
         rig.joints.push_back(joint);
     }
     Item* const root = rig.joints.front();

@@ -18,8 +18,6 @@ namespace app {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using formats::BvhJoint;
-using formats::BvhMotion;
 using formats::LocalPose;
 using formats::WorldPose;
 
@@ -67,47 +65,32 @@ bool isUsable(const std::vector<Pose>& poses, const std::array<double, 3>& sourc
            });
 }
 
-bool translates(const BvhJoint& joint)
-{
-    return std::any_of(joint.channels.begin(), joint.channels.end(),
-                       [](formats::BvhChannel channel) { return channel <= formats::BvhChannel::PositionZ; });
-}
-
-/// A rotation without a channel couldn't be written, so the bone doesn't get it.
-std::array<bool, 3> turnsOf(const BvhJoint& joint)
-{
-    std::array<bool, 3> turns{};
-    for (const formats::BvhChannel channel : joint.channels)
-        if (channel >= formats::BvhChannel::RotationX)
-            turns[static_cast<std::size_t>(channel)
-                  - static_cast<std::size_t>(formats::BvhChannel::RotationX)] = true;
-    return turns;
-}
-
-std::vector<Figure> makeFigures(const TrackSolverMaker& makeSolver, const BvhMotion& motion,
+std::vector<Figure> makeFigures(const TrackSolverMaker& makeSolver, const TrackMotion& motion,
                                 const TrackRequest& request, const std::vector<LocalPose>& start,
                                 TrackReport& report)
 {
-    const std::vector<std::size_t> roots = rootsOf(motion);
+    const std::vector<TrackJoint>& joints = motion.joints();
+    const std::vector<std::size_t> roots = rootsOf(joints);
     std::vector<Figure> figures;
-    for (std::size_t root = 0; root < motion.joints.size(); ++root) {
-        if (motion.joints[root].parent >= 0 || motion.joints[root].endSite)
+    for (std::size_t root = 0; root < joints.size(); ++root) {
+        if (joints[root].parent >= 0 || joints[root].endSite)
             continue;
         Figure figure;
         std::vector<TrackGoal> goals;
         std::vector<TrackBone> bones;
-        std::vector<int> boneOf(motion.joints.size(), -1);
+        std::vector<int> boneOf(joints.size(), -1);
         double length = 0;
-        for (std::size_t i = root; i < motion.joints.size(); ++i) {
-            const BvhJoint& joint = motion.joints[i];
+        for (std::size_t i = root; i < joints.size(); ++i) {
+            const TrackJoint& joint = joints[i];
             if (roots[i] != root || joint.endSite)
                 continue;
             boneOf[i] = static_cast<int>(bones.size());
             const int parent = joint.parent < 0 ? -1 : boneOf[static_cast<std::size_t>(joint.parent)];
-            bones.push_back({joint.name, parent, joint.offset, turnsOf(joint)});
+            bones.push_back({joint.name, parent, joint.rest.translation, joint.turns, joint.rest.rotation});
             figure.joints.push_back(i);
             if (i != root)
-                length += std::hypot(joint.offset[0], joint.offset[1], joint.offset[2]);
+                length += std::hypot(joint.rest.translation[0], joint.rest.translation[1],
+                                     joint.rest.translation[2]);
         }
         for (std::size_t g = 0; g < request.goals.size(); ++g) {
             const Goal& goal = request.goals[g];
@@ -119,22 +102,21 @@ std::vector<Figure> makeFigures(const TrackSolverMaker& makeSolver, const BvhMot
         if (goals.empty()) {
             report.warnings.push_back(
                 fmt::format("the figure at '{}' has no goal and keeps its source motion; --goal names one",
-                            motion.joints[root].name));
+                            joints[root].name));
             continue;
         }
         if (bones.size() > 1 && !(length > 0))
             throw BadInput(
-                fmt::format("{}: every OFFSET below '{}' is 0, so there are no bones to solve; export the "
+                fmt::format("{}: every {} below '{}' is 0, so there are no bones to solve; export the "
                             "motion with a rest pose",
-                            report.input, motion.joints[root].name));
+                            report.input, motion.words().rest, joints[root].name));
         figure.targets.resize(goals.size());
         figure.solved.resize(bones.size());
         TrackSettings settings = request.settings;
-        if (settings.translateRoot && !translates(motion.joints[root])) {
+        if (settings.translateRoot && !joints[root].moves) {
             settings.translateRoot = false;
-            report.warnings.push_back(
-                fmt::format("'{}' has no position channels, so the solve leaves it where it is",
-                            motion.joints[root].name));
+            report.warnings.push_back(fmt::format("'{}' {}, so the solve leaves it where it is",
+                                                  joints[root].name, motion.words().fixed));
         }
         figure.solver = makeSolver(std::move(bones), std::move(goals), settings, start[root].translation);
         figures.push_back(std::move(figure));
@@ -145,50 +127,44 @@ std::vector<Figure> makeFigures(const TrackSolverMaker& makeSolver, const BvhMot
 /// Everything that is measured from frame to frame.
 class Run {
 public:
-    Run(const TrackSolverMaker& makeSolver, BvhMotion& motion, const TrackRequest& request,
+    Run(const TrackSolverMaker& makeSolver, TrackMotion& motion, const TrackRequest& request,
         TrackReport& report)
         : m_Motion(motion),
+          m_Joints(motion.joints()),
           m_Request(request),
           m_Report(report),
-          m_LastWritten(formats::localPose(motion, request.firstFrame)),
+          m_LastWritten(motion.read(request.firstFrame).local),
           m_Figures(makeFigures(makeSolver, motion, request, m_LastWritten, report)),
-          m_Stretch(motion.joints.size()),
-          m_Loss(motion.joints.size())
+          m_Solved(m_Joints.size()),
+          m_Stretch(m_Joints.size()),
+          m_Loss(m_Joints.size())
     {
         // Where the solve starts stands for the frame before the first.
         for (std::size_t i = 0; i < m_LastWritten.size(); ++i)
-            m_LastWritten[i] = {motion.joints[i].parent < 0 ? m_LastWritten[i].translation
-                                                            : motion.joints[i].offset,
-                                {0, 0, 0, 1}};
+            m_LastWritten[i] = {m_Joints[i].parent < 0 ? m_LastWritten[i].translation
+                                                       : m_Joints[i].rest.translation,
+                                m_Joints[i].rest.rotation};
         const std::size_t count = request.lastFrame - request.firstFrame + 1;
-        cutFrames(count);
+        motion.cut(request.firstFrame, request.lastFrame);
         report.frames.resize(count);
         if (request.animationFrames > 0) {
             TrackAnimation& animation = report.animation;
             animation.stride = (count + request.animationFrames - 1) / request.animationFrames;
-            for (const BvhJoint& joint : motion.joints) {
+            for (const TrackJoint& joint : m_Joints) {
                 animation.names.push_back(joint.endSite ? "" : joint.name);
                 animation.parents.push_back(joint.parent);
             }
         }
         for (const Goal& goal : request.goals)
-            report.goals.push_back({motion.joints[goal.joint].name,
-                                    goal.role,
-                                    goal.joint,
-                                    goal.position,
-                                    goal.rotation,
-                                    {},
-                                    {}});
-        std::vector<bool> solved(motion.joints.size());
+            report.goals.push_back(
+                {m_Joints[goal.joint].name, goal.role, goal.joint, goal.position, goal.rotation, {}, {}});
         for (const Figure& figure : m_Figures)
             for (const std::size_t joint : figure.joints)
-                solved[joint] = true;
-        for (std::size_t i = 0; i < motion.joints.size(); ++i) {
-            if (!motion.joints[i].endSite)
+                m_Solved[joint] = true;
+        for (std::size_t i = 0; i < m_Joints.size(); ++i) {
+            if (!m_Joints[i].endSite)
                 m_Turning.push_back(i);
-            if (!solved[i])
-                m_Kept.push_back(i);
-            else if (motion.joints[i].parent >= 0 && translates(motion.joints[i]))
+            if (m_Solved[i] && m_Joints[i].parent >= 0 && m_Joints[i].moves)
                 m_Translating.push_back(i);
         }
     }
@@ -196,23 +172,25 @@ public:
     void frame(std::size_t index)
     {
         FrameReport& report = m_Report.frames[index];
-        std::vector<LocalPose> source = formats::localPose(m_Motion, index);
-        const std::vector<WorldPose> goals = formats::worldPose(m_Motion, source);
+        TrackPose read = m_Motion.read(index);
+        std::vector<LocalPose>& source = read.local;
+        const std::vector<WorldPose>& goals = read.world;
         for (const std::size_t i : m_Translating)
-            m_Stretch[i] = std::max(m_Stretch[i], distance(source[i].translation, m_Motion.joints[i].offset));
+            m_Stretch[i] =
+                std::max(m_Stretch[i], distance(source[i].translation, m_Joints[i].rest.translation));
 
         std::vector<LocalPose> wanted = source;
         for (std::size_t i = 0; i < wanted.size(); ++i)
-            if (m_Motion.joints[i].parent >= 0)
-                wanted[i].translation = m_Motion.joints[i].offset;
+            if (m_Joints[i].parent >= 0)
+                wanted[i].translation = m_Joints[i].rest.translation;
         const Clock::time_point start = Clock::now();
         for (Figure& figure : m_Figures)
             solve(figure, goals, wanted, report);
         report.seconds = static_cast<float>(secondsSince(start));
 
-        write(index, wanted);
-        const std::vector<LocalPose> written = formats::localPose(m_Motion, index);
-        const std::vector<WorldPose> reached = formats::worldPose(m_Motion, written);
+        TrackPose pose = write(index, wanted);
+        std::vector<LocalPose>& written = pose.local;
+        const std::vector<WorldPose>& reached = pose.world;
         measureGoals(goals, reached, report);
         if (index > 0) {
             report.sourceStepDegrees = step(m_LastSource, source, index, m_Report.sourceStep);
@@ -223,7 +201,7 @@ public:
             keepPositions(m_Report.animation.solved, reached);
         }
         m_LastSource = std::move(source);
-        m_LastWritten = written;
+        m_LastWritten = std::move(written);
     }
 
     void finish()
@@ -244,16 +222,6 @@ public:
     }
 
 private:
-    /// The rows of the source stay in the frames until they are solved.
-    void cutFrames(std::size_t count)
-    {
-        const auto width = static_cast<std::ptrdiff_t>(m_Motion.channelCount);
-        const auto first =
-            m_Motion.values.begin() + static_cast<std::ptrdiff_t>(m_Request.firstFrame) * width;
-        std::move(first, first + static_cast<std::ptrdiff_t>(count) * width, m_Motion.values.begin());
-        formats::resizeFrames(m_Motion, count);
-    }
-
     void solve(Figure& figure, const std::vector<WorldPose>& goals, std::vector<LocalPose>& wanted,
                FrameReport& report)
     {
@@ -278,22 +246,15 @@ private:
             wanted[joint] = m_LastWritten[joint];
     }
 
-    void write(std::size_t index, const std::vector<LocalPose>& wanted)
+    TrackPose write(std::size_t index, const std::vector<LocalPose>& wanted)
     {
-        double* row = m_Motion.values.data() + index * m_Motion.channelCount;
-        m_KeptValues.clear();
-        for (const std::size_t i : m_Kept)
-            m_KeptValues.insert(m_KeptValues.end(), row + m_Motion.joints[i].firstChannel,
-                                row + m_Motion.joints[i].firstChannel + m_Motion.joints[i].channels.size());
-        for (const formats::PoseLoss& loss : formats::setLocalPose(m_Motion, index, wanted))
+        WrittenPose written = m_Motion.write(index, wanted, m_Solved);
+        for (const formats::PoseLoss& loss : written.losses)
             if (std::isfinite(loss.translation)) {
                 m_Loss[loss.joint].degrees = std::max(m_Loss[loss.joint].degrees, loss.rotationDegrees);
                 m_Loss[loss.joint].distance = std::max(m_Loss[loss.joint].distance, loss.translation);
             }
-        auto value = m_KeptValues.begin();
-        for (const std::size_t i : m_Kept)
-            for (std::size_t c = 0; c < m_Motion.joints[i].channels.size(); ++c)
-                row[m_Motion.joints[i].firstChannel + c] = *value++;
+        return std::move(written.pose);
     }
 
     void measureGoals(const std::vector<WorldPose>& goals, const std::vector<WorldPose>& reached,
@@ -332,7 +293,7 @@ private:
         }
         const double degrees = degreesOf(smallest);
         if (degrees > largest.degrees || index == 1)
-            largest = {degrees, m_Request.firstFrame + index, m_Motion.joints[joint].name};
+            largest = {degrees, m_Request.firstFrame + index, m_Joints[joint].name};
         return static_cast<float>(degrees);
     }
 
@@ -346,26 +307,24 @@ private:
     void warnOfStretch(std::size_t joint)
     {
         if (m_Stretch[joint] > kMatters * m_Report.height)
-            m_Report.warnings.push_back(fmt::format("'{}' moves up to {} units away from its OFFSET in the "
+            m_Report.warnings.push_back(fmt::format("'{}' moves up to {} units away from its {} in the "
                                                     "source; the solved figure keeps its bone lengths, "
                                                     "so goals at or below it may stay out of reach",
-                                                    m_Motion.joints[joint].name,
-                                                    rounded(m_Stretch[joint], 3)));
+                                                    m_Joints[joint].name, rounded(m_Stretch[joint], 3),
+                                                    m_Motion.words().rest));
     }
 
     void warnOfLoss(std::size_t joint)
     {
-        if (std::find(m_Kept.begin(), m_Kept.end(), joint) != m_Kept.end())
+        if (!m_Solved[joint])
             return;
         const auto& [degrees, length] = m_Loss[joint];
         const bool turned = degrees > 0.1, moved = length > kMatters * m_Report.height;
         if (turned || moved)
-            m_Report.warnings.push_back(
-                fmt::format("'{}' has too few {} channels for its solved pose; the motion as written, which "
-                            "is what is measured, "
-                            "differs by up to {}",
-                            m_Motion.joints[joint].name, turned ? "rotation" : "position",
-                            turned ? rounded(degrees, 3) + " degrees" : rounded(length, 3) + " units"));
+            m_Report.warnings.push_back(fmt::format(
+                "'{}' {}; the motion as written, which is what is measured, differs by up to {}",
+                m_Joints[joint].name, turned ? m_Motion.words().turnLoss : m_Motion.words().placeLoss,
+                turned ? rounded(degrees, 3) + " degrees" : rounded(length, 3) + " units"));
     }
 
     struct Loss {
@@ -373,17 +332,17 @@ private:
         double distance = 0;
     };
 
-    BvhMotion& m_Motion;
+    TrackMotion& m_Motion;
+    const std::vector<TrackJoint>& m_Joints;
     const TrackRequest& m_Request;
     TrackReport& m_Report;
     std::vector<LocalPose> m_LastWritten;
     std::vector<Figure> m_Figures;
+    std::vector<bool> m_Solved; // joints of figures with a goal
     std::vector<std::size_t> m_Turning; // joints that aren't End Sites
-    std::vector<std::size_t> m_Translating; // solved joints below a root with position channels
-    std::vector<std::size_t> m_Kept; // joints of figures without a goal
-    std::vector<double> m_KeptValues;
-    std::vector<double> m_Stretch; // largest distance of a joint from its OFFSET
-    std::vector<Loss> m_Loss; // what a joint's channels couldn't say, at most
+    std::vector<std::size_t> m_Translating; // solved joints below a root that move by themselves
+    std::vector<double> m_Stretch; // largest distance of a joint from where it rests
+    std::vector<Loss> m_Loss; // what the file couldn't say of a joint, at most
     std::size_t m_LostFrames = 0;
     GoalSamples m_Samples;
     std::vector<LocalPose> m_LastSource;
@@ -391,7 +350,7 @@ private:
 
 } // namespace
 
-void trackMotion(BvhMotion& motion, const TrackRequest& request, TrackReport& report)
+void trackMotion(TrackMotion& motion, const TrackRequest& request, TrackReport& report)
 {
     refhost::Host host;
     loadPlugin(host);
@@ -402,7 +361,7 @@ void trackMotion(BvhMotion& motion, const TrackRequest& request, TrackReport& re
                 });
 }
 
-void trackMotion(BvhMotion& motion, const TrackRequest& request, TrackReport& report,
+void trackMotion(TrackMotion& motion, const TrackRequest& request, TrackReport& report,
                  const TrackSolverMaker& makeSolver)
 {
     const Clock::time_point start = Clock::now();

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "report/TrackReport.h"
-#include "shared/MotionFile.h"
 #include "track/GoalSelection.h"
+#include "track/TrackMotion.h"
 #include "track/TrackSolver.h"
 
 namespace app {
@@ -20,9 +20,9 @@ struct TrackRequest {
 /// Solves the frames through the plug-in and replaces `motion` by the solved motion of just them. Fills the
 /// part of `report` that comes from solving; `report.height` must be set. Throws BadInput for a figure that
 /// can't be solved.
-void trackMotion(formats::BvhMotion& motion, const TrackRequest& request, TrackReport& report);
+void trackMotion(TrackMotion& motion, const TrackRequest& request, TrackReport& report);
 /// The same with solvers of another make.
-void trackMotion(formats::BvhMotion& motion, const TrackRequest& request, TrackReport& report,
+void trackMotion(TrackMotion& motion, const TrackRequest& request, TrackReport& report,
                  const TrackSolverMaker& makeSolver);
 
 } // namespace app

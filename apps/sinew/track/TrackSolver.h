@@ -25,8 +25,9 @@ struct Pose {
 struct TrackBone {
     std::string name; ///< unique
     int parent = -1; ///< index of a bone before this one; -1 for the root, which there is one of
-    std::array<double, 3> restTranslation{}; ///< in the parent's space; the rest orientation is the identity
+    std::array<double, 3> restTranslation{}; ///< in the parent's space; a root starts elsewhere
     std::array<bool, 3> turns{true, true, true}; ///< freedom to rotate about local x, y and z
+    std::array<double, 4> restRotation{0, 0, 0, 1}; ///< in the parent's space; of a root in the world
 };
 
 struct TrackGoal {

@@ -154,6 +154,10 @@ GltfPose restPose(const Gltf& gltf);
 /// transforms.
 GltfPose sampleAnimation(const Gltf& gltf, std::size_t animation, double time);
 
+/// Seconds between the frames that an animation was made of: the middle one of the steps between keys of its
+/// longest track. Steps under 1 or over 100 milliseconds are poses rather than frames: then it is 1/30.
+double frameStep(const GltfAnimation& animation);
+
 /// T * R * S.
 GltfMatrix localMatrix(const GltfTransform& transform);
 
