@@ -350,7 +350,7 @@ TEST(Retarget, MissedLimitsAndBadInputHaveTheirExitCodes)
     };
     for (const Bad& bad :
          {Bad{{"snake.bvh", "target.bvh", "-o", "a.bvh"}, "no human figure was recognised"},
-          Bad{{"source.bvh", "target.bvh", "-o", "a.glb"}, "ends in .bvh"},
+          Bad{{"source.bvh", "target.bvh", "-o", "a.txt"}, "ends in .bvh"},
           Bad{{"source.bvh", "target.bvh", "-o", "a.txt"}, "ending says which format"},
           Bad{{"source.bvh", "none.glb", "-o", "a.glb"}, "none.glb"},
           Bad{{"source.bvh", "target.bvh"}, "-o FILE"}, Bad{{"source.bvh"}, "a source and a target"},

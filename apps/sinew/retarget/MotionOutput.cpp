@@ -41,7 +41,7 @@ OutputFormat outputFormat(const std::string& path)
     if (ending == ".glb" || ending == ".vrm")
         return OutputFormat::Glb;
     throw BadInput(fmt::format("-o {}: the ending says which format to write; give a name that ends in .bvh "
-                               "for a BVH target or .glb for a glTF target",
+                               "or .glb, for a glTF target .glb",
                                path));
 }
 
