@@ -161,6 +161,7 @@ public:
     void applyRetargeting(float gain);
     /// Pull back into the limits, added to the secondary motion; ends in the stretch pull.
     void applyLimits(float gain, float stretchGain, float* columnWeights);
+    bool isRollViolated() const;
     /// Pull back to the rest translation; null `rate` starts at the bone's first translational column.
     void applyStretch(float* rate, float gain, float* weight);
     /// Whether a pass of `applyLimits` can have any effect: lets the solver leave the call out.

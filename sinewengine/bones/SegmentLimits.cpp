@@ -6,6 +6,8 @@
 
 #include <sinew/Assert.h>
 
+#include <cmath>
+
 namespace Sinew {
 
 void Segment::setRetargeting(bool enable, bool restoreLimits)
@@ -149,6 +151,25 @@ void Segment::applyRetargeting(float gain)
     }
 }
 
+/// Whether the twist about the rotation axis lies outside of its limits. Where the quaternion alone settles
+/// that, the angle, which costs more than the rest of a bone's step, is spared; the answer is the same.
+bool Segment::isRollViolated() const
+{
+    constexpr float kBeyondQuarterTurn = 1.6f; // radians, past what a quarter turn is rounded to
+    constexpr float kTiny = 1e-30f; // below it an angle might be rounded to 0
+    const SinewQuaternion twisted = m_RotationAxis == 3 ? m_TwistAlign * m_Orientation : m_Orientation;
+    const std::uint32_t axis = m_RotationAxis == 3 ? 2 : m_RotationAxis;
+    const float sine = std::fabs(twisted[axis]), cosine = twisted.w();
+    // No range at all, which is what a bone has that was given none: any twist is out of it.
+    if (m_Limits[6] == 0.0f && m_Limits[7] == 0.0f && cosine > 0.5f && sine > kTiny)
+        return true;
+    // At most a quarter turn within wide limits.
+    if (m_Limits[6] <= -kBeyondQuarterTurn && m_Limits[7] >= kBeyondQuarterTurn && sine <= cosine)
+        return false;
+    const float twist = twistAngle(twisted, axis);
+    return twist > m_Limits[7] || !(twist >= m_Limits[6]); // what is not a number violates
+}
+
 void Segment::applyLimits(float gain, float stretchGain, float* columnWeights)
 {
     if (!m_LimitsEnabled) {
@@ -180,9 +201,7 @@ void Segment::applyLimits(float gain, float stretchGain, float* columnWeights)
                 m_LimitTarget = shortestArc(m_RestProjection, clamped) * m_RestOrientation;
             }
         } else {
-            const float t = m_RotationAxis == 3 ? twistAngle(m_TwistAlign * m_Orientation, 2)
-                                                : twistAngle(m_Orientation, m_RotationAxis);
-            m_RollViolated = t > m_Limits[7] || !(t >= m_Limits[6]);
+            m_RollViolated = isRollViolated();
             if (!m_RollViolated)
                 return; // inside: no pull, and no stretch pass either
             m_LimitTarget = shortestArc(m_RestProjection, direction) * m_RestOrientation;
