@@ -3,6 +3,7 @@
 #include "commands/CMarionetGoalCommand.h"
 
 #include "host/CZxEvaluation.h"
+#include "host/CZxLocator.h"
 #include "rig/RigQueries.h"
 
 #include <cmath>
@@ -34,11 +35,9 @@ CZxUser_Item GoalMaker::CreateGoalAt(const CZxUser_Item& joint) const
     WorldTransform world{};
     if (!ReadWorldTransform(read, joint, world))
         throw kZxFailure;
-    CZxLocalize<ZxLocatorTable> locator;
-    check(locator.query(goal.object(), kZxIdLocator));
-    check(locator.call<&ZxLocatorTable::setWorldPosition>(write.object(), read.object(), &world.position[0]));
-    check(locator.call<&ZxLocatorTable::setWorldRotation>(write.object(), read.object(),
-                                                          &world.rotation[0][0]));
+    const CZxUser_Locator locator(goal);
+    check(locator.setWorldPosition(read, write, &world.position[0]));
+    check(locator.setWorldRotation(read, write, &world.rotation[0][0]));
     return goal;
 }
 

@@ -49,6 +49,11 @@ public:
     {
         return call<&ZxLocatorTable::setWorldPosition>(write.object(), read.object(), three);
     }
+    zxresult setWorldRotation(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
+                              const double* nine) const
+    {
+        return call<&ZxLocatorTable::setWorldRotation>(write.object(), read.object(), nine);
+    }
 
 private:
     CZxLocalize<ZxLocatorPoseTable> m_Pose;

@@ -18,8 +18,6 @@ using Sinew::SinewQuaternion;
 
 namespace {
 
-constexpr double kDegreesPerRadian = 57.29577951308232;
-
 /// `block` with its last row replaced by that of `translation`.
 Matrix4d WithTranslation(Matrix4d block, const Matrix4d& translation)
 {

@@ -4,6 +4,8 @@
 
 #include <sinew/Matrix4d.h>
 
+inline constexpr double kDegreesPerRadian = 57.29577951308232;
+
 /// Quaternion of the rotation whose host 3x3 is `nine`, row by row; computed in single precision.
 Sinew::SinewQuaternion QuaternionOf(const double* nine);
 /// Quaternion of the rotation in the block of `matrix`.

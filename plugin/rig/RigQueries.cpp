@@ -3,6 +3,7 @@
 #include "rig/RigQueries.h"
 
 #include "host/CZxEvaluation.h"
+#include "host/CZxLocator.h"
 
 #include <cmath>
 #include <cstring>
@@ -35,14 +36,6 @@ CZxUser_Item FeedingLocator(const CZxUser_ChannelGraph& chanLinks, const CZxUser
         return {};
     CZxUser_Item source = chanLinks.source(joint, channel);
     return source.isType(locatorType) ? source : CZxUser_Item();
-}
-
-/// `locator` of an item.
-CZxLocalize<ZxLocatorTable> LocatorOf(const CZxUser_Item& item)
-{
-    CZxLocalize<ZxLocatorTable> locator;
-    locator.query(item.object(), kZxIdLocator);
-    return locator;
 }
 
 /// The world transform as a row-vector matrix.
@@ -103,8 +96,7 @@ bool MatrixToEuler(const double (&m)[3][3], uint32_t order, double* out)
 
 bool ReadWorldTransform(const CZxUser_ChannelRead& read, const CZxUser_Item& item, WorldTransform& out)
 {
-    return succeeded(LocatorOf(item).call<&ZxLocatorTable::worldTransform>(read.object(), &out.rotation[0][0],
-                                                                           &out.position[0]));
+    return succeeded(CZxUser_Locator(item).worldTransform(read, &out.rotation[0][0], &out.position[0]));
 }
 
 Matrix4d RelativeTransform(const CZxUser_ChannelRead& read, const CZxUser_Item& item,
@@ -168,10 +160,8 @@ void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite
         WriteVector(write, item, kAxes[c], axis);
     }
     CZxUser_Item rotation;
-    ZxObject* found = nullptr;
-    if (failed(LocatorOf(item).call<&ZxLocatorTable::transformItem>(1u, &found)))
+    if (failed(CZxUser_Locator(item).transformItem(TransformKind::Rotation, &rotation)))
         return;
-    rotation.adopt(found);
     int32_t order = 0;
     const int32_t orderChannel = rotation.channel("order");
     if (orderChannel < 0 || failed(read.integer(rotation, orderChannel, &order)))

@@ -161,7 +161,6 @@ private:
     bool m_Dragging = false; ///< the button is down
     bool m_WritesTaskPosition = false; ///< the drag moves the target of the joint's own task
     bool m_UsesGoal = false; ///< the drag moves the goal item
-    double m_DrawTime = 0; ///< scene time at button down, renewed by draw
     double m_KeptTime = 0; ///< scene time at button down, renewed by initialise
     std::unique_ptr<Sinew::IKSolver> m_Solver; ///< null between drags
     Sinew::IKPositionTask* m_PositionTask = nullptr; ///< the drag's task; at most one of the two is there

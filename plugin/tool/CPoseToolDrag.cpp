@@ -21,7 +21,6 @@ using Sinew::SinewQuaternion;
 
 namespace {
 
-constexpr double kDegreesPerRadian = 57.29577951308232;
 /// Radians in one iteration, for a joint that says nothing.
 constexpr float kDefaultMaxVelocity = 0.033f;
 

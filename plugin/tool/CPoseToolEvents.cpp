@@ -76,8 +76,7 @@ void CPoseTool::DrawHandles(const CZxUser_StrokeDraw& strokes, const CZxUser_Sha
 {
     if (!m_RecordsReady || view.type() < 0 || failed(view.facing(&m_ViewMatrix[0])))
         return;
-    m_DrawTime = CurrentTime();
-    const CZxUser_ChannelRead read = EvaluatedRead(m_DrawTime);
+    const CZxUser_ChannelRead read = EvaluatedRead(CurrentTime());
     ForEachJoint(
         [&](uint32_t i, const PoseJoint&) { DrawHandle(read, i, strokes, shapes, view, isHitTest); });
 }
@@ -109,7 +108,7 @@ zxresult CPoseTool::buttonDown(ZxObject* stackObject, ZxObject* adjustObject)
         return kZxOk;
     if (m_Dragging) // its button up never came
         EndDrag();
-    m_DrawTime = m_KeptTime = CurrentTime();
+    m_KeptTime = CurrentTime();
     m_ActiveJoint = input->part;
     if (m_ActiveJoint < 0 && !PickWithoutHandle(stack, input->mode))
         return kZxOk;

@@ -42,25 +42,20 @@ Matrix33 axesFrom(const Vector3& viewer, const Vector3& up)
     return axes;
 }
 
-struct Box {
-    Vector3 low, high;
-    bool empty = true;
+} // namespace
 
-    void include(const Vector3& point)
-    {
-        for (std::size_t a = 0; a < 3 && isFinite(point); ++a) {
-            low[a] = empty ? point[a] : std::min(low[a], point[a]);
-            high[a] = empty ? point[a] : std::max(high[a], point[a]);
-        }
-        empty = empty && !isFinite(point);
-    }
-};
-
-/// Meshes and what is drawn as a shape of its own; of a scene without meshes all locators. What carries a
-/// mesh stands anywhere.
-Box boundsOf(Scene& scene, double time)
+void VisibleBox::include(const Vector3& point)
 {
-    Box box;
+    for (std::size_t a = 0; a < 3 && isFinite(point); ++a) {
+        low[a] = empty ? point[a] : std::min(low[a], point[a]);
+        high[a] = empty ? point[a] : std::max(high[a], point[a]);
+    }
+    empty = empty && !isFinite(point);
+}
+
+VisibleBox visibleBox(Scene& scene, double time)
+{
+    VisibleBox box;
     for (Item* item : scene.itemsOfType(scene.host().meshType())) {
         const auto mesh = MeshPoses::of(scene).at(*item, time);
         if (!mesh || mesh->points.empty())
@@ -77,8 +72,6 @@ Box boundsOf(Scene& scene, double time)
     }
     return box;
 }
-
-} // namespace
 
 std::optional<Camera> cameraByName(std::string_view name)
 {
@@ -144,7 +137,7 @@ double View::pixelSize(const Vector3& world) const
 
 void View::fit(Scene& scene, double timeSeconds)
 {
-    const Box box = boundsOf(scene, timeSeconds);
+    const VisibleBox box = visibleBox(scene, timeSeconds);
     if (box.empty)
         return;
     target = times(plus(box.low, box.high), 0.5);

@@ -5,13 +5,13 @@
 #include "report/TrackReportHtml.h"
 #include "retarget/RetargetBatch.h"
 #include "retarget/RetargetRun.h"
+#include "shared/Clock.h"
 #include "shared/Console.h"
 #include "shared/MotionFile.h"
 #include "shared/OutputFile.h"
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 
@@ -20,16 +20,10 @@ namespace app {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
 constexpr std::size_t kShownWarnings = 10;
 constexpr std::uint32_t kMostSteps = 1'000'000;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void checkOptions(const RetargetOptions& options)
 {

@@ -3,24 +3,16 @@
 #include "retarget/RetargetRun.h"
 
 #include "retarget/RetargetMeasure.h"
+#include "shared/Clock.h"
 #include "shared/Console.h"
 #include "shared/Plugin.h"
 #include "shared/Progress.h"
 
 #include <fmt/format.h>
 
-#include <chrono>
-
 namespace app {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void describe(const RetargetScene& scene, const JointMap& map, const RetargetSettings& settings,
               RetargetReport& report)

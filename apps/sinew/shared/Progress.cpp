@@ -44,7 +44,7 @@ std::string Progress::timeLeft(std::size_t done) const
 {
     if (done == 0 || done >= m_Total)
         return {};
-    const double spent = std::chrono::duration<double>(Clock::now() - m_Start).count();
+    const double spent = secondsSince(m_Start);
     const auto left =
         static_cast<long>(spent / static_cast<double>(done) * static_cast<double>(m_Total - done));
     return fmt::format(", {}:{:02} left", left / 60, left % 60);

@@ -2,7 +2,8 @@
 // A progress bar on the terminal; silent where the standard error stream is none.
 #pragma once
 
-#include <chrono>
+#include "shared/Clock.h"
+
 #include <cstddef>
 #include <string>
 
@@ -21,8 +22,6 @@ public:
 
 private:
     std::string timeLeft(std::size_t done) const;
-
-    using Clock = std::chrono::steady_clock;
 
     std::string m_Label;
     std::size_t m_Total;

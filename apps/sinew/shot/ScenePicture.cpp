@@ -3,14 +3,12 @@
 #include "shot/ScenePicture.h"
 
 #include <fmt/format.h>
-#include <refhost/Evaluation.h>
 #include <refhost/Host.h>
 #include <refhost/ToolHost.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <limits>
 #include <stdexcept>
 
 namespace app {
@@ -27,17 +25,8 @@ constexpr render::Colour kTextColour{0.20f, 0.24f, 0.32f, 1};
 double floorUnder(Scene& scene, refhost::UpAxis upAxis, double seenSize)
 {
     const std::size_t up = upAxis == refhost::UpAxis::Y ? 1 : 2;
-    const double time = scene.host().time();
-    double lowest = std::numeric_limits<double>::infinity();
-    for (Item* item : scene.itemsOfType(scene.host().locatorType())) {
-        refhost::Matrix34 place;
-        if (refhost::Evaluation::of(scene).matrix(*item->channel("wposMatrix"), time, place))
-            lowest = std::min(lowest, place.offset[up]);
-    }
-    for (Item* item : scene.itemsOfType(scene.host().meshType()))
-        if (const auto mesh = refhost::MeshPoses::of(scene).at(*item, time))
-            lowest = std::min(lowest, static_cast<double>(mesh->low[up]));
-    return std::isfinite(lowest) && std::abs(lowest) > 0.25 * seenSize ? lowest : 0;
+    const refhost::VisibleBox box = refhost::visibleBox(scene, scene.host().time());
+    return !box.empty && std::abs(box.low[up]) > 0.25 * seenSize ? box.low[up] : 0;
 }
 
 View fittedView(Scene& scene, const PictureSettings& settings, int width, int height)
@@ -125,16 +114,18 @@ render::Image sceneSheet(render::Studio& studio, Scene& scene, const PictureSett
             fmt::format("{} pictures don't fit into {} by {} pixels; ask for fewer, or for a larger sheet",
                         count, settings.width, settings.height));
     const auto timeOf = [&](int i) { return count > 1 ? first + (last - first) * i / (count - 1) : first; };
+    std::vector<View> views;
     double size = 0; // one scale for all, so that what grows is seen to grow
     for (int i = 0; i < count; ++i) {
         setTime(scene, timeOf(i));
-        size = std::max(size, fittedView(scene, settings, width, height).size);
+        views.push_back(fittedView(scene, settings, width - 1, height - 1));
+        size = std::max(size, views.back().size);
     }
     render::Image sheet{columns * width, rows * height, {}};
     sheet.rgb.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height), 255);
     for (int i = 0; i < count; ++i) {
         setTime(scene, timeOf(i));
-        View view = fittedView(scene, settings, width - 1, height - 1);
+        View& view = views[static_cast<std::size_t>(i)];
         view.size = size;
         render::Surroundings around = surroundings(scene, settings, view);
         around.axisCross = false;

@@ -4,6 +4,7 @@
 
 #include "report/TrackReportHtml.h"
 #include "report/TrackReportJson.h"
+#include "shared/Clock.h"
 #include "shared/Console.h"
 #include "shared/Json.h"
 #include "shared/OutputFile.h"
@@ -13,7 +14,6 @@
 #include <fmt/format.h>
 
 #include <charconv>
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 
@@ -22,15 +22,9 @@ namespace app {
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
 constexpr std::uint32_t kMostSteps = 1'000'000;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void requireNumber(const char* option, double value, bool zeroToo)
 {

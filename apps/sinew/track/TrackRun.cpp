@@ -2,6 +2,7 @@
 // The loop over the frames: goals from the source motion, solve, write the pose, measure what was written.
 #include "track/TrackRun.h"
 
+#include "shared/Clock.h"
 #include "shared/Console.h"
 #include "shared/Plugin.h"
 #include "shared/Progress.h"
@@ -10,14 +11,12 @@
 #include <refhost/Host.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 
 namespace app {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using formats::LocalPose;
 using formats::WorldPose;
 
@@ -25,11 +24,6 @@ constexpr double kDegrees = 57.29577951308232;
 constexpr double kLost = 1000; // figure heights from the source: nobody would call that a pose
 constexpr double kMatters =
     1e-3; // of the figure's height: a smaller stretch in the source changes nothing visible
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 double distance(const std::array<double, 3>& a, const std::array<double, 3>& b)
 {

@@ -23,6 +23,17 @@ enum class UpAxis : std::uint8_t { Y, Z };
 /// Pixels count from the upper left corner of the rectangle, x to the right and y down.
 using Pixel = std::array<double, 2>;
 
+/// What is to be seen of a scene at a time: its meshes and what is drawn as a shape of its own; of a scene
+/// without meshes all locators. What carries a mesh stands anywhere and doesn't count.
+struct VisibleBox {
+    Vector3 low{}, high{};
+    bool empty = true;
+
+    /// Points that are not finite are left out.
+    void include(const Vector3& point);
+};
+VisibleBox visibleBox(Scene& scene, double timeSeconds);
+
 /// Looks along -z of its axes. Plain values; whoever shows the view may set each of them.
 class View {
 public:
