@@ -9,9 +9,10 @@
 #include <xmmintrin.h>
 #endif
 
-// Every function here is always inlined. A client may compile these headers with other flags than the
-// engine's; with ordinary inline functions the linker could then pick the client's copy for the engine's own
-// calls, and a fused multiply-add in it would change the engine's bits.
+// A client may compile these headers with other flags than the engine's; with ordinary inline functions the
+// linker could then pick the client's copy for the engine's own calls, and a fused multiply-add in it would
+// change the engine's bits.
+/// Stands before every function of these headers: it is always inlined.
 #define SINEW_KIT [[gnu::always_inline]] inline
 
 #pragma GCC visibility push(default)
@@ -20,16 +21,23 @@ namespace Sinew {
 
 #if !defined(SINEW_SCALAR)
 
+/// Four floats, lanes 0 to 3 for x, y, z, w; + - * / work lane by lane and [] reads or writes one.
 using Lanes = float __attribute__((vector_size(16)));
+/// Four integers that choose lanes: all bits of one set, or none.
 using Mask = std::int32_t __attribute__((vector_size(16)));
 
+/// `s` in all four lanes.
 SINEW_KIT Lanes splat(float s) { return Lanes{s, s, s, s}; }
+/// Four lanes from four floats.
 SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes{x, y, z, w}; }
+/// A mask from four integers.
 SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int32_t w)
 {
     return Mask{x, y, z, w};
 }
+/// The bits of `v` that are set in the mask.
 SINEW_KIT Lanes keepBits(Lanes v, Mask m) { return (Lanes)((Mask)v & m); }
+/// `v` with the bits turned over that are set in the mask.
 SINEW_KIT Lanes flipBits(Lanes v, Mask m) { return (Lanes)((Mask)v ^ m); }
 /// The lanes of `a` where the mask is all ones, of `b` where it is all zeros.
 SINEW_KIT Lanes select(Mask m, Lanes a, Lanes b) { return (Lanes)(((Mask)a & m) | ((Mask)b & ~m)); }
@@ -48,9 +56,11 @@ SINEW_KIT Lanes shuffle(Lanes a, Lanes b)
 }
 
 #if defined(__SSE2__)
-// Two operands that don't compare (NaN) give the second: the same as the comparisons of the generic form.
+/// The smaller of each two lanes; where they don't compare (NaN), that of `b`.
 SINEW_KIT Lanes laneMin(Lanes a, Lanes b) { return _mm_min_ps(a, b); }
+/// The larger of each two lanes; where they don't compare (NaN), that of `b`.
 SINEW_KIT Lanes laneMax(Lanes a, Lanes b) { return _mm_max_ps(a, b); }
+/// The square root of each lane, correctly rounded.
 SINEW_KIT Lanes laneSqrt(Lanes v) { return _mm_sqrt_ps(v); }
 #else
 SINEW_KIT Lanes laneMin(Lanes a, Lanes b) { return select((Mask)(a < b), a, b); }
@@ -61,7 +71,9 @@ SINEW_KIT Lanes laneSqrt(Lanes v)
 }
 #endif
 
+/// Set where a < b; never with NaN.
 SINEW_KIT Mask laneLess(Lanes a, Lanes b) { return (Mask)(a < b); }
+/// Set where a <= b; never with NaN.
 SINEW_KIT Mask laneAtMost(Lanes a, Lanes b) { return (Mask)(a <= b); }
 /// A bit for each lane of a mask, lane 0 the lowest.
 SINEW_KIT unsigned laneBits(Mask m)
@@ -77,14 +89,18 @@ SINEW_KIT bool allLanes(Mask a, Mask b) { return laneBits(a & b) == 15u; }
 
 #else
 
-/// The scalar twin: the same operations on four floats one by one, for checking the vector form.
+// The scalar twin, for checking the vector form: the same operations on four floats one by one. What has no
+// sentence here has it above.
+
+/// Four integers that choose lanes.
 struct alignas(16) Mask {
-    std::int32_t i[4];
+    std::int32_t i[4]; ///< lanes 0 to 3
 };
+/// Four floats.
 struct alignas(16) Lanes {
-    float f[4];
-    SINEW_KIT float operator[](int k) const { return f[k]; }
-    SINEW_KIT float& operator[](int k) { return f[k]; }
+    float f[4]; ///< lanes 0 to 3
+    SINEW_KIT float operator[](int k) const { return f[k]; } ///< reads lane `k`
+    SINEW_KIT float& operator[](int k) { return f[k]; } ///< lane `k`, to write
 };
 
 SINEW_KIT Lanes makeLanes(float x, float y, float z, float w) { return Lanes{{x, y, z, w}}; }
@@ -94,12 +110,14 @@ SINEW_KIT Mask makeMask(std::int32_t x, std::int32_t y, std::int32_t z, std::int
     return Mask{{x, y, z, w}};
 }
 
+/// operation(a, b) of each two lanes.
 template <class Operation>
 SINEW_KIT Lanes perLane(Lanes a, Lanes b, Operation operation)
 {
     return makeLanes(operation(a.f[0], b.f[0]), operation(a.f[1], b.f[1]), operation(a.f[2], b.f[2]),
                      operation(a.f[3], b.f[3]));
 }
+/// operation(bits, lane) of each lane's bits.
 template <class Operation>
 SINEW_KIT Lanes perLaneBits(Lanes a, Operation operation)
 {
@@ -111,25 +129,30 @@ SINEW_KIT Lanes perLaneBits(Lanes a, Operation operation)
     std::memcpy(r.f, bits, sizeof bits);
     return r;
 }
+/// Sums, lane by lane.
 SINEW_KIT Lanes operator+(Lanes a, Lanes b)
 {
     return perLane(a, b, [](float x, float y) { return x + y; });
 }
+/// Differences, lane by lane.
 SINEW_KIT Lanes operator-(Lanes a, Lanes b)
 {
     return perLane(a, b, [](float x, float y) { return x - y; });
 }
+/// Products, lane by lane.
 SINEW_KIT Lanes operator*(Lanes a, Lanes b)
 {
     return perLane(a, b, [](float x, float y) { return x * y; });
 }
+/// Quotients, lane by lane.
 SINEW_KIT Lanes operator/(Lanes a, Lanes b)
 {
     return perLane(a, b, [](float x, float y) { return x / y; });
 }
-SINEW_KIT Lanes& operator+=(Lanes& a, Lanes b) { return a = a + b; }
-SINEW_KIT Lanes& operator-=(Lanes& a, Lanes b) { return a = a - b; }
-SINEW_KIT Lanes& operator*=(Lanes& a, Lanes b) { return a = a * b; }
+SINEW_KIT Lanes& operator+=(Lanes& a, Lanes b) { return a = a + b; } ///< adds in place
+SINEW_KIT Lanes& operator-=(Lanes& a, Lanes b) { return a = a - b; } ///< subtracts in place
+SINEW_KIT Lanes& operator*=(Lanes& a, Lanes b) { return a = a * b; } ///< multiplies in place
+/// Each lane with its sign turned.
 SINEW_KIT Lanes operator-(Lanes a) { return makeLanes(-a.f[0], -a.f[1], -a.f[2], -a.f[3]); }
 SINEW_KIT Lanes keepBits(Lanes v, Mask m)
 {
@@ -191,6 +214,7 @@ SINEW_KIT Mask maskFromBits(unsigned bits)
     return makeMask(bits & 1u ? -1 : 0, bits & 2u ? -1 : 0, bits & 4u ? -1 : 0, bits & 8u ? -1 : 0);
 }
 
+/// 0 in all four lanes.
 SINEW_KIT Lanes zeroLanes() { return splat(0.0f); }
 
 /// Four floats from memory of any alignment.
@@ -216,7 +240,9 @@ SINEW_KIT void storeThree(float* p, Lanes v)
 #endif
 }
 
+/// `v` with 0 in lane 3.
 SINEW_KIT Lanes clearW(Lanes v) { return keepBits(v, makeMask(-1, -1, -1, 0)); }
+/// The magnitude of each lane.
 SINEW_KIT Lanes laneAbs(Lanes v)
 {
     return keepBits(v, makeMask(0x7fffffff, 0x7fffffff, 0x7fffffff, 0x7fffffff));

@@ -10,13 +10,16 @@ namespace Sinew {
 
 /// 16 doubles, row-major; v' = v M, so a translation stands in the last row (elements 12, 13, 14).
 struct Matrix4d {
-    double m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    double m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; ///< row by row; the identity at first
 
+    /// Row 0 to 3, to write: a[r][c].
     double* operator[](std::uint32_t row) { return m + 4 * row; }
+    /// Row 0 to 3: a[r][c].
     const double* operator[](std::uint32_t row) const { return m + 4 * row; }
 
+    /// Makes it the identity.
     void setIdentity() { *this = Matrix4d(); }
-    /// m = m b.
+    /// m = m b: in row vectors, first what was there, then b.
     void multiply(const Matrix4d& b);
     /// Inverse in place; false, and no change, when the magnitude of the determinant is at most 1e-5.
     bool invert();
@@ -24,13 +27,15 @@ struct Matrix4d {
     void set3x3(const double* nine);
     /// Upper-left block to nine doubles, row-major, transposing.
     void get3x3(double* nine) const;
+    /// Transposes the upper-left block.
     void transpose3x3();
+    /// Sets elements 12, 13 and 14.
     void setTranslation(double x, double y, double z);
 };
 
-/// a b as matrices.
+/// a b as matrices: in row vectors, first a, then b.
 Matrix4d product(const Matrix4d& a, const Matrix4d& b);
-/// Rotation by `degrees` about a unit axis.
+/// Rotation by `degrees` about a unit axis (x, y, z), right-handed, for row vectors.
 Matrix4d rotation(double degrees, double x, double y, double z);
 /// Rotation by `radians`, in the opposite sense of `rotation`, about axis 0 x, 1 y or 2 z.
 Matrix4d axisRotation(double radians, std::uint32_t axis);

@@ -11,14 +11,17 @@ namespace Sinew {
 /// Four rows of four floats, row-major, holding a rotation. The fourth row and lane are 0, the corner
 /// included: a translation is always a separate vector.
 struct alignas(16) SinewMatrix {
+    /// Row by row; the identity at first.
     SinewVector rows[4] = {SinewVector(1.0f, 0.0f, 0.0f), SinewVector(0.0f, 1.0f, 0.0f),
                            SinewVector(0.0f, 0.0f, 1.0f), SinewVector()};
 
-    SINEW_KIT const SinewVector& operator[](std::uint32_t i) const { return rows[i]; }
-    SINEW_KIT SinewVector& operator[](std::uint32_t i) { return rows[i]; }
+    SINEW_KIT const SinewVector& operator[](std::uint32_t i) const { return rows[i]; } ///< row 0 to 3
+    SINEW_KIT SinewVector& operator[](std::uint32_t i) { return rows[i]; } ///< row 0 to 3, to write
 };
 
+/// Row 0 to 3.
 SINEW_KIT const SinewVector& row(const SinewMatrix& m, std::uint32_t i) { return m.rows[i]; }
+/// Column 0 to 2 of the first three rows; w is 0.
 SINEW_KIT SinewVector column(const SinewMatrix& m, std::uint32_t i)
 {
     return SinewVector(m[0][i], m[1][i], m[2][i]);
@@ -28,7 +31,7 @@ SINEW_KIT SinewVector operator*(const SinewMatrix& m, SinewVector v)
 {
     return SinewVector(dot(m[0], v), dot(m[1], v), dot(m[2], v));
 }
-/// Rows from nine floats, row-major.
+/// Rows from nine floats, row-major; the fourth row and lane are 0.
 SINEW_KIT SinewMatrix makeMatrix(float a, float b, float c, float d, float e, float f, float g, float h,
                                  float i)
 {
@@ -79,8 +82,8 @@ SINEW_KIT SinewMatrix toColumnMatrix(SinewQuaternion q)
     return m;
 }
 
-/// Quaternion of a rotation matrix in column-vector form; the trace branch above 0, else the largest diagonal
-/// entry.
+/// Quaternion of a rotation matrix in column-vector form, in the branch of the trace where that is above 0,
+/// else of the largest diagonal entry.
 SinewQuaternion fromColumnMatrix(const SinewMatrix& m);
 
 /// A bone's world placement.

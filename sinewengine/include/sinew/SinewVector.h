@@ -12,17 +12,18 @@ namespace Sinew {
 
 /// A point or direction in lanes x, y, z; lane w is kept at 0 by the operations that say so.
 struct alignas(16) SinewVector {
-    Lanes lanes = {};
+    Lanes lanes = {}; ///< x, y, z, w; 0 at first
 
-    SINEW_KIT SinewVector() { }
-    SINEW_KIT explicit SinewVector(Lanes v) : lanes(v) { }
-    SINEW_KIT SinewVector(float x, float y, float z) : lanes(makeLanes(x, y, z, 0.0f)) { }
+    SINEW_KIT SinewVector() { } ///< zero in all four lanes
+    SINEW_KIT explicit SinewVector(Lanes v) : lanes(v) { } ///< takes all four lanes
+    SINEW_KIT SinewVector(float x, float y, float z) : lanes(makeLanes(x, y, z, 0.0f)) { } ///< w is 0
+    /// All four lanes.
     SINEW_KIT SinewVector(float x, float y, float z, float w) : lanes(makeLanes(x, y, z, w)) { }
 
-    SINEW_KIT float x() const { return lanes[0]; }
-    SINEW_KIT float y() const { return lanes[1]; }
-    SINEW_KIT float z() const { return lanes[2]; }
-    SINEW_KIT float w() const { return lanes[3]; }
+    SINEW_KIT float x() const { return lanes[0]; } ///< lane 0
+    SINEW_KIT float y() const { return lanes[1]; } ///< lane 1
+    SINEW_KIT float z() const { return lanes[2]; } ///< lane 2
+    SINEW_KIT float w() const { return lanes[3]; } ///< lane 3
     /// Lane `i`, 0 to 3.
     SINEW_KIT float operator[](std::uint32_t i) const { return lanes[static_cast<int>(i)]; }
 
@@ -30,7 +31,9 @@ struct alignas(16) SinewVector {
     SINEW_KIT void set(float x, float y, float z) { lanes = makeLanes(x, y, z, 0.0f); }
     /// Sets all four lanes.
     SINEW_KIT void set(float x, float y, float z, float w) { lanes = makeLanes(x, y, z, w); }
+    /// Sets lane `i`, 0 to 3.
     SINEW_KIT void setLane(std::uint32_t i, float value) { lanes[static_cast<int>(i)] = value; }
+    /// Clears all four lanes.
     SINEW_KIT void zero() { lanes = zeroLanes(); }
 
     /// Adds all four lanes; w is not cleared.
@@ -47,18 +50,22 @@ struct alignas(16) SinewVector {
     }
 };
 
+/// Sum; w is 0.
 SINEW_KIT SinewVector operator+(SinewVector a, SinewVector b)
 {
     return SinewVector(clearW(a.lanes + b.lanes));
 }
+/// Difference; w is 0.
 SINEW_KIT SinewVector operator-(SinewVector a, SinewVector b)
 {
     return SinewVector(clearW(a.lanes - b.lanes));
 }
+/// `a` scaled; w is 0.
 SINEW_KIT SinewVector operator*(SinewVector a, float s) { return SinewVector(clearW(a.lanes * splat(s))); }
 
 /// (a.x b.x + a.y b.y) + (a.z b.z + a.w b.w): all four lanes count, in this order.
 SINEW_KIT float dot(SinewVector a, SinewVector b) { return sumLanes(a.lanes * b.lanes); }
+/// Square root of dot(a, a): lane w counts.
 SINEW_KIT float length(SinewVector a) { return __builtin_sqrtf(dot(a, a)); }
 
 /// Right-handed cross product; w is 0.
@@ -85,26 +92,31 @@ SINEW_KIT float clamp(float x, float low, float high) { return !(x >= low) ? low
 SINEW_KIT bool isNearZero(float x) { return !(static_cast<double>(std::fabs(x)) >= 1e-9); }
 /// True when x is neither below nor above 0: NaN counts as zero.
 SINEW_KIT bool isZero(float x) { return !(x < 0.0f) && !(x > 0.0f); }
+/// x times x.
 SINEW_KIT float square(float x) { return x * x; }
+/// Degrees to radians.
 SINEW_KIT float radians(float degrees) { return degrees * 0.017453292f; }
 
 /// A rotation in lanes x, y, z, w with w the scalar part. Hamilton product, active, right-handed.
 struct alignas(16) SinewQuaternion {
-    Lanes lanes = makeLanes(0.0f, 0.0f, 0.0f, 1.0f);
+    Lanes lanes = makeLanes(0.0f, 0.0f, 0.0f, 1.0f); ///< x, y, z, w; the identity at first
 
-    SINEW_KIT SinewQuaternion() { }
-    SINEW_KIT explicit SinewQuaternion(Lanes v) : lanes(v) { }
+    SINEW_KIT SinewQuaternion() { } ///< the identity
+    SINEW_KIT explicit SinewQuaternion(Lanes v) : lanes(v) { } ///< takes all four lanes
+    /// The four components as they are: not normalised.
     SINEW_KIT SinewQuaternion(float x, float y, float z, float w) : lanes(makeLanes(x, y, z, w)) { }
 
-    SINEW_KIT float x() const { return lanes[0]; }
-    SINEW_KIT float y() const { return lanes[1]; }
-    SINEW_KIT float z() const { return lanes[2]; }
-    SINEW_KIT float w() const { return lanes[3]; }
+    SINEW_KIT float x() const { return lanes[0]; } ///< component x
+    SINEW_KIT float y() const { return lanes[1]; } ///< component y
+    SINEW_KIT float z() const { return lanes[2]; } ///< component z
+    SINEW_KIT float w() const { return lanes[3]; } ///< the scalar part
     /// Component `i` in the order x, y, z, w.
     SINEW_KIT float operator[](std::uint32_t i) const { return lanes[static_cast<int>(i)]; }
+    /// Sets the four components as they are: not normalised.
     SINEW_KIT void set(float x, float y, float z, float w) { lanes = makeLanes(x, y, z, w); }
 };
 
+/// (a.x b.x + a.y b.y) + (a.z b.z + a.w b.w), in this order.
 SINEW_KIT float dot(SinewQuaternion a, SinewQuaternion b) { return sumLanes(a.lanes * b.lanes); }
 
 /// Scales to length 1; a zero quaternion gives non-finite lanes: test it before.
@@ -117,6 +129,7 @@ SINEW_KIT bool canNormalise(SinewQuaternion q)
     return s > 0.0f && s < __builtin_inff();
 }
 
+/// The quaternion with x, y, z negated: the inverse rotation of a unit quaternion.
 SINEW_KIT SinewQuaternion conj(SinewQuaternion q)
 {
     const std::int32_t sign = static_cast<std::int32_t>(0x80000000u);
