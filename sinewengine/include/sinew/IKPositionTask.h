@@ -48,14 +48,13 @@ public:
     /// Writes force x the bone's world position to `out` and returns that.
     virtual SinewVector& computeMoment(SinewVector& out) = 0;
     /// The task only swings the plane of parent, bone and first child towards the target, whatever the offset
-    /// and the plane; it asks for nothing where one of the two is missing, or where the chain is within 8.6
-    /// degrees of straight. Its rows hold the bone back all the same: give it less weight than the goals. Off
-    /// by default.
+    /// and the plane. It asks for nothing where one of the two is missing, or where the chain is within 8.6
+    /// degrees of straight. Off by default.
     virtual void setPoleVector(bool on) = 0;
     /// Whether the task is a pole vector.
     virtual bool getPoleVector() const = 0;
-    /// The target is ignored; a plane keeps the point from passing through. Above it the task asks for
-    /// nothing, but its rows hold the point back. No effect while the plane target is on. Off by default.
+    /// The target is ignored; a plane keeps the point from passing through, and the task asks for nothing
+    /// while the point is above it. No effect while the plane target is on. Off by default.
     virtual void setPlaneConstraint(bool on) = 0;
     /// Whether the plane keeps the point from passing through.
     virtual bool getPlaneConstraint() const = 0;

@@ -176,9 +176,9 @@ public:
     /// (result false: the given one works), 1 (result true: a smaller one was found and set) or 2 (result
     /// false: none was found).
     bool solveAdaptive(std::uint32_t steps, int& status);
-    bool solveAdaptive(std::uint32_t steps, int* status);
-    bool solveAdaptive(std::uint32_t steps, std::uint32_t& status);
-    bool solveAdaptive(std::uint32_t steps, std::uint32_t* status);
+    bool solveAdaptive(std::uint32_t steps, int* status); ///< the same
+    bool solveAdaptive(std::uint32_t steps, std::uint32_t& status); ///< the same
+    bool solveAdaptive(std::uint32_t steps, std::uint32_t* status); ///< the same
     /// Iterates up to `steps` times from the current pose, fewer when the tolerance is met. False when the
     /// iteration diverged; the pose is then whatever the last iteration gave. True doesn't say that goals
     /// were reached: measure that. With 0 steps only tracked targets and `centreOfMass` are renewed.
