@@ -122,7 +122,7 @@ struct Numbers {
     }
 };
 
-/// 300 places for the left foot within its reach, before and behind the figure, each solved with 300 steps:
+/// 100 places for the left foot within its reach, before and behind the figure, each solved with 300 steps:
 /// how often the knee ends more than 5 degrees on the wrong side, by how much at worst, and how many goals
 /// are missed by more than 1 cm.
 void measureGain(float gain, bool fromRest)
@@ -135,7 +135,7 @@ void measureGain(float gain, bool fromRest)
     Numbers numbers;
     int wrong = 0, missed = 0;
     float worst = 0;
-    for (int goal = 0; goal < 300;) {
+    for (int goal = 0; goal < 100;) {
         const SinewVector hip(0.10f, 0.91f, 0);
         const SinewVector at(0.1f + 0.5f * numbers.next(), 0.4f + 0.45f * numbers.next(),
                              0.2f + 0.6f * numbers.next());

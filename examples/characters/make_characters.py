@@ -4,13 +4,17 @@
 
 Walker.bvh  a walker of 172 cm, at rest with the arms held sideways, and two seconds of a walk
 Child.bvh   a smaller figure with other proportions and names, at rest with the arms hanging, without motion
+Lamp.gltf   a desk lamp of four joints with a skinned mesh, and two clips: it looks around, and it hops
 
-Lengths are in centimetres, y is up, the figures look along +z and their left is +x. Run it again after a
-change; the same text comes out on every machine.
+Lengths are in centimetres, y is up, the figures look along +z and their left is +x; the lamp is in metres, as glTF
+is. Run it again after a change; the same text comes out on every machine.
 """
 
+import base64
+import json
 import math
 import pathlib
+import struct
 
 FRAME_RATE = 30
 FRAMES = 61
@@ -167,3 +171,117 @@ def write(file, joints, frames):
 
 write("Walker.bvh", WALKER, motion(WALKER))
 write("Child.bvh", CHILD, [])
+
+
+# joint, origin from the joint above, half extents of its box, and how far the box reaches from the origin along y
+LAMP = [
+    ("Base", (0, 0.02, 0), (0.09, 0.09), (-0.02, 0.02)),
+    ("LowerArm", (0, 0.03, 0), (0.015, 0.015), (0, 0.30)),
+    ("UpperArm", (0, 0.30, 0), (0.012, 0.012), (0, 0.26)),
+    ("Head", (0, 0.26, 0.02), (0.05, 0.05), (-0.04, 0.07)),
+]
+HEAD_SCALE = 1.25
+
+
+def about(axis, degrees):
+    """Quaternion x, y, z, w of a turn about axis 0, 1 or 2."""
+    half = math.radians(degrees) / 2
+    q = [0.0, 0.0, 0.0, math.cos(half)]
+    q[axis] = math.sin(half)
+    return q
+
+
+def lamp():
+    """One buffer in the text, boxes that move with one joint each, and every kind of interpolation."""
+    data = bytearray()
+    document = {"asset": {"version": "2.0", "generator": "make_characters.py"}, "scene": 0, "scenes": [{"nodes": [0, 5]}]}
+    views, accessors = [], []
+
+    def accessor(values, kind, width, letter="f", code=5126, bounds=False):
+        data.extend(b"\0" * (-len(data) % 4))
+        packed = struct.pack(f"<{len(values)}{letter}", *values)
+        views.append({"buffer": 0, "byteOffset": len(data), "byteLength": len(packed)})
+        data.extend(packed)
+        row = {"bufferView": len(views) - 1, "componentType": code, "count": len(values) // width, "type": kind}
+        if bounds:
+            stored = struct.unpack(f"<{len(values)}{letter}", packed)
+            row["min"] = [min(stored[i::width]) for i in range(width)]
+            row["max"] = [max(stored[i::width]) for i in range(width)]
+        accessors.append(row)
+        return len(accessors) - 1
+
+    turn, lift = math.radians(30), 0.75  # the stand: on a table, turned a little
+    c, s = math.cos(turn), math.sin(turn)
+    nodes = [{"name": "Stand", "matrix": [c, 0, -s, 0, 0, 1, 0, 0, s, 0, c, 0, 0, lift, 0, 1], "children": [1]}]
+    positions, normals, joints, weights, indices, binds = [], [], [], [], [], []
+    origin = [0.0, 0.0, 0.0]
+    for joint, (name, offset, half, (low, high)) in enumerate(LAMP):
+        node = {"name": name, "translation": list(offset)}
+        if joint < 3:
+            node["children"] = [joint + 2]
+        scale = HEAD_SCALE if name == "Head" else 1
+        if scale != 1:
+            node["scale"] = [scale] * 3
+        nodes.append(node)
+        origin = [a + b for a, b in zip(origin, offset)]
+        # The inverse of turn, lift, origin and scale, column by column.
+        r = 1 / scale
+        move = [-origin[0] * r, (-origin[1] - lift) * r, -origin[2] * r]
+        binds += [c * r, 0, s * r, 0, 0, r, 0, 0, -s * r, 0, c * r, 0, *move, 1]
+        for axis in range(3):
+            for sign in (-1, 1):
+                first = len(positions) // 3
+                for u, v in ((-1, -1), (1, -1), (1, 1), (-1, 1)):
+                    at = [0.0, 0.0, 0.0]
+                    at[axis], at[(axis + 1) % 3], at[(axis + 2) % 3] = sign, u * sign, v
+                    x, y, z = at[0] * half[0], low + (high - low) * (at[1] + 1) / 2, at[2] * half[1]
+                    x, y, z = x + origin[0], y + origin[1], z + origin[2]
+                    positions += [c * x + s * z, y + lift, -s * x + c * z]
+                    n = [0.0, 0.0, 0.0]
+                    n[axis] = float(sign)
+                    normals += [c * n[0] + s * n[2], n[1], -s * n[0] + c * n[2]]
+                    joints += [joint, 0, 0, 0]
+                    weights += [1, 0, 0, 0]
+                indices += [first, first + 1, first + 2, first, first + 2, first + 3]
+    nodes.append({"name": "Mesh", "mesh": 0, "skin": 0})
+    attributes = {
+        "POSITION": accessor(positions, "VEC3", 3, bounds=True),
+        "NORMAL": accessor(normals, "VEC3", 3),
+        "JOINTS_0": accessor(joints, "VEC4", 4, "B", 5121),
+        "WEIGHTS_0": accessor(weights, "VEC4", 4),
+    }
+    faces = accessor(indices, "SCALAR", 1, "H", 5123)
+    document["meshes"] = [{"primitives": [{"attributes": attributes, "indices": faces, "material": 0}]}]
+    document["materials"] = [{"pbrMetallicRoughness": {"baseColorFactor": [0.8, 0.35, 0.2, 1], "metallicFactor": 0}}]
+    document["skins"] = [{"joints": [1, 2, 3, 4], "inverseBindMatrices": accessor(binds, "MAT4", 16)}]
+
+    def clip(name, tracks):
+        samplers, channels = [], []
+        for node, path, interpolation, times, values in tracks:
+            kind = "VEC4" if path == "rotation" else "VEC3"
+            output = accessor([x for value in values for x in value], kind, 4 if path == "rotation" else 3)
+            samplers.append({"input": accessor(times, "SCALAR", 1, bounds=True), "output": output, "interpolation": interpolation})
+            channels.append({"sampler": len(samplers) - 1, "target": {"node": node, "path": path}})
+        return {"name": name, "samplers": samplers, "channels": channels}
+
+    still = [0.0] * 4
+    look = [still, about(1, -40), still, still, about(1, 70), [0, 0.3, 0, -0.2], [0.1, 0, 0, 0], about(0, 25), still]
+    document["animations"] = [
+        clip("Look", [
+            (2, "rotation", "LINEAR", [0, 1, 2], [about(0, 25), about(0, 55), about(2, 20)]),
+            (3, "rotation", "LINEAR", [0.5, 2], [about(0, -70), about(0, -110)]),
+            (4, "rotation", "CUBICSPLINE", [0, 0.8, 2], look),
+        ]),
+        clip("Hop", [
+            (1, "translation", "STEP", [0, 0.25, 0.75], [(0, 0.02, 0), (0, 0.12, 0.05), (0, 0.02, 0.1)]),
+            (2, "rotation", "LINEAR", [0, 0.25, 0.75], [about(0, 60), about(0, 10), about(0, 60)]),
+            (4, "scale", "LINEAR", [0.25, 0.5, 1], [(HEAD_SCALE,) * 3, (0.8,) * 3, (HEAD_SCALE,) * 3]),
+        ]),
+    ]
+    document["nodes"], document["bufferViews"], document["accessors"] = nodes, views, accessors
+    uri = "data:application/octet-stream;base64," + base64.b64encode(data).decode()
+    document["buffers"] = [{"byteLength": len(data), "uri": uri}]
+    return document
+
+
+(pathlib.Path(__file__).parent / "Lamp.gltf").write_text(json.dumps(lamp(), indent=1) + "\n", encoding="ascii")

@@ -343,7 +343,7 @@ TEST(Track, SolvesGltfInTheWorldWhateverStandsAboveTheSkeleton)
 
 TEST(Track, FollowsHandsFeetAndHeadOfAGltfCharacter)
 {
-    const std::filesystem::path file = formats::gltfDataFolder() / "gltf" / "CesiumMan.glb";
+    const std::filesystem::path file = support::dataFolder() / "gltf" / "CesiumMan.glb";
     if (!std::filesystem::exists(file))
         GTEST_SKIP() << "no sample file " << file << "; set SINEW_DATA to the folder that has it";
     const ProgramRun sinew;

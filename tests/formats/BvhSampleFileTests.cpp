@@ -1,72 +1,23 @@
 // SPDX-License-Identifier: MIT
-// Real files of seven exporters against world transforms from an independent reader, and their round trip.
+// Files of ours and of seven exporters against world transforms from an independent reader, and their round
+// trip.
 #include "BvhTesting.h"
-
-#include <nlohmann/json.hpp>
-
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include "SampleFiles.h"
 
 namespace formats {
 namespace {
 
-using Json = nlohmann::json;
-namespace fs = std::filesystem;
-
-fs::path dataFolder()
+BvhMotion read(const Sample& sample, OffsetRule rule = OffsetRule::Guess)
 {
-    const char* chosen = std::getenv("SINEW_DATA");
-    return chosen != nullptr ? chosen : SINEW_DATA_DIR;
+    BvhReadResult result = readBvhFile(sample.path, {rule});
+    if (const auto* error = std::get_if<BvhError>(&result))
+        ADD_FAILURE() << sample.path << ":" << error->line << ": " << error->reason;
+    return std::holds_alternative<BvhMotion>(result) ? std::get<BvhMotion>(std::move(result)) : BvhMotion{};
 }
 
-struct Sample {
-    std::string path;
-    Json expected;
-    double height = 0; // largest extent of the rest pose
-
-    BvhMotion read(OffsetRule rule = OffsetRule::Guess) const
-    {
-        BvhReadResult result = readBvhFile(path, {rule});
-        if (const auto* error = std::get_if<BvhError>(&result))
-            ADD_FAILURE() << path << ":" << error->line << ": " << error->reason;
-        return std::holds_alternative<BvhMotion>(result) ? std::get<BvhMotion>(std::move(result))
-                                                         : BvhMotion{};
-    }
-};
-
-std::vector<Sample> samples()
+void expectFrames(const Sample& sample, const BvhMotion& motion, const TestJson& frames)
 {
-    std::vector<Sample> found;
-    std::error_code none;
-    for (const fs::directory_entry& entry : fs::directory_iterator(dataFolder() / "expected", none)) {
-        const std::string name = entry.path().stem().string(); // without .json
-        if (!name.ends_with(".bvh"))
-            continue;
-        Sample sample{(dataFolder() / "bvh" / name).string(), Json::parse(std::ifstream(entry.path()))};
-        for (std::size_t a = 0; a < 3; ++a) {
-            double low = INFINITY;
-            double high = -INFINITY;
-            for (const Json& position : sample.expected["rest_position"]) {
-                low = std::min(low, position[a].get<double>());
-                high = std::max(high, position[a].get<double>());
-            }
-            sample.height = std::max(sample.height, high - low);
-        }
-        found.push_back(std::move(sample));
-    }
-    return found;
-}
-
-#define SAMPLES_OR_SKIP(name)                                                                                \
-    const std::vector<Sample> name = samples();                                                              \
-    if (name.empty())                                                                                        \
-    GTEST_SKIP() << "no sample files in " << dataFolder() << "; set SINEW_DATA to the folder that has them"
-
-void expectFrames(const Sample& sample, const BvhMotion& motion, const Json& frames)
-{
-    for (const Json& frame : frames) {
+    for (const TestJson& frame : frames) {
         const std::vector<WorldPose> world = worldAt(motion, frame["frame"].get<std::size_t>());
         ASSERT_EQ(world.size(), frame["position"].size());
         for (std::size_t i = 0; i < world.size(); ++i) {
@@ -87,12 +38,18 @@ void expectFrames(const Sample& sample, const BvhMotion& motion, const Json& fra
     }
 }
 
+TEST(SampleFiles, ofOthersAreThere)
+{
+    if (!std::filesystem::exists(support::dataFolder() / "expected"))
+        GTEST_SKIP() << "no sample files in " << support::dataFolder()
+                     << ": only ours were read; set SINEW_DATA to the folder that has them";
+}
+
 TEST(BvhSampleFiles, hierarchyAndTimesAreAsExpected)
 {
-    SAMPLES_OR_SKIP(all);
-    for (const Sample& sample : all) {
+    for (const Sample& sample : bvhSamples()) {
         SCOPED_TRACE(sample.path);
-        const BvhMotion motion = sample.read();
+        const BvhMotion motion = read(sample);
         EXPECT_EQ(motion.frameTimeText, sample.expected["frame_time_text"].get<std::string>());
         EXPECT_DOUBLE_EQ(motion.frameTime, sample.expected["frame_time"].get<double>());
         EXPECT_EQ(motion.frameCount, sample.expected["frames_used"].get<std::size_t>());
@@ -100,12 +57,12 @@ TEST(BvhSampleFiles, hierarchyAndTimesAreAsExpected)
         ASSERT_EQ(motion.joints.size(), sample.expected["joints"].size());
         for (std::size_t i = 0; i < motion.joints.size(); ++i) {
             const BvhJoint& joint = motion.joints[i];
-            const Json& expected = sample.expected["joints"][i];
+            const TestJson& expected = sample.expected["joints"][i];
             EXPECT_EQ(joint.endSite, expected["end_site"].get<bool>());
             EXPECT_EQ(joint.name, expected["name"].is_null() ? "" : expected["name"].get<std::string>());
             EXPECT_EQ(joint.parent, expected["parent"].get<int>());
-            EXPECT_EQ(Json(joint.offset), expected["offset"]);
-            Json channels = Json::array();
+            EXPECT_EQ(TestJson(joint.offset), expected["offset"]);
+            TestJson channels = TestJson::array();
             for (const BvhChannel channel : joint.channels) {
                 const auto n = static_cast<std::size_t>(channel);
                 channels.push_back(std::string(1, "XYZ"[n % 3]) + (n < 3 ? "position" : "rotation"));
@@ -123,15 +80,14 @@ TEST(BvhSampleFiles, hierarchyAndTimesAreAsExpected)
 
 TEST(BvhSampleFiles, framesAgreeUnderBothOffsetRulesAndTheGuessTakesTheIntendedOne)
 {
-    SAMPLES_OR_SKIP(all);
-    for (const Sample& sample : all) {
+    for (const Sample& sample : bvhSamples()) {
         SCOPED_TRACE(sample.path);
-        const Json& expected = sample.expected;
-        expectFrames(sample, sample.read(OffsetRule::Replace), expected["frames"]);
+        const TestJson& expected = sample.expected;
+        expectFrames(sample, read(sample, OffsetRule::Replace), expected["frames"]);
         const bool matters = expected["position_channels_matter"].get<bool>();
-        expectFrames(sample, sample.read(OffsetRule::Add),
+        expectFrames(sample, read(sample, OffsetRule::Add),
                      matters ? expected["frames_add"] : expected["frames"]);
-        const BvhMotion guessed = sample.read();
+        const BvhMotion guessed = read(sample);
         expectFrames(sample, guessed, expected[expected["intended"] == "replace" ? "frames" : "frames_add"]);
         EXPECT_EQ(guessed.warnings.size(), matters ? 1u : 0u)
             << "what was taken is said exactly where it matters";
@@ -140,10 +96,9 @@ TEST(BvhSampleFiles, framesAgreeUnderBothOffsetRulesAndTheGuessTakesTheIntendedO
 
 TEST(BvhSampleFiles, writingKeepsTextsAndPoses)
 {
-    SAMPLES_OR_SKIP(all);
-    for (const Sample& sample : all) {
+    for (const Sample& sample : bvhSamples()) {
         SCOPED_TRACE(sample.path);
-        const BvhMotion motion = sample.read(OffsetRule::Replace);
+        const BvhMotion motion = read(sample, OffsetRule::Replace);
         const std::string text = writeBvh(motion);
         const BvhMotion again = mustRead(text, OffsetRule::Replace);
         EXPECT_EQ(writeBvh(again), text);
@@ -165,10 +120,9 @@ TEST(BvhSampleFiles, writingKeepsTextsAndPoses)
 
 TEST(BvhSampleFiles, settingEveryPoseOfARealMotionGivesItBackWithoutJumps)
 {
-    SAMPLES_OR_SKIP(all);
-    for (const Sample& sample : all) {
+    for (const Sample& sample : bvhSamples()) {
         SCOPED_TRACE(sample.path);
-        const BvhMotion motion = sample.read();
+        const BvhMotion motion = read(sample);
         BvhMotion rewritten = motion;
         for (std::size_t frame = 0; frame < motion.frameCount; ++frame) {
             EXPECT_TRUE(setLocalPose(rewritten, frame, localPose(motion, frame)).empty());
@@ -203,13 +157,14 @@ TEST(BvhSampleFiles, unitAndUpAxisAreGuessedWhereTheFigureIsAPerson)
                         {"bvhtoolbox_walk01.bvh", 1, "centimetres"},
                         {"makehuman_walk1.bvh", 2, "decimetres"},
                         {"animdraw_dab.bvh", 2, nullptr},
-                        {"fairmotion_sinusoidal.bvh", 1, nullptr}};
-    SAMPLES_OR_SKIP(all);
+                        {"fairmotion_sinusoidal.bvh", 1, nullptr},
+                        {"Walker.bvh", 1, "centimetres"}};
+    const std::vector<Sample> all = bvhSamples();
     for (const Row& row : rows) {
         for (const Sample& sample : all) {
             if (!sample.path.ends_with(row.file))
                 continue;
-            const FigureGuess guess = guessFigure(sample.read());
+            const FigureGuess guess = guessFigure(read(sample));
             EXPECT_EQ(guess.upAxis, row.upAxis) << row.file << ": " << guess.why;
             EXPECT_EQ(guess.upSign, 1) << row.file;
             EXPECT_EQ(guess.confident, row.unit != nullptr) << row.file << ": " << guess.why;

@@ -1,25 +1,16 @@
 // SPDX-License-Identifier: MIT
-// What the glTF tests share: a small file to change, the real files with their expected values, and reading
-// that fails the test when it should not.
+// What the glTF tests share: a small file to change, and reading that fails the test when it should not.
 #pragma once
 
+#include "SampleFiles.h"
 #include "formats/Gltf.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <set>
-#include <string>
 
 namespace formats {
-
-using TestJson = nlohmann::json;
 
 inline Gltf mustReadGltf(GltfReadResult result)
 {
@@ -29,49 +20,6 @@ inline Gltf mustReadGltf(GltfReadResult result)
     }
     return std::get<Gltf>(std::move(result));
 }
-
-inline std::filesystem::path gltfDataFolder()
-{
-    const char* chosen = std::getenv("SINEW_DATA");
-    return chosen != nullptr ? chosen : SINEW_DATA_DIR;
-}
-
-struct GltfSample {
-    std::string path;
-    TestJson expected;
-    double height = 0; // largest extent of the rest pose, 1 where all lies in a point
-};
-
-inline std::vector<GltfSample> gltfSamples()
-{
-    std::vector<GltfSample> found;
-    std::error_code none;
-    for (const auto& entry : std::filesystem::directory_iterator(gltfDataFolder() / "expected", none)) {
-        const std::string name = entry.path().stem().string(); // without .json
-        if (!name.ends_with(".gltf") && !name.ends_with(".glb"))
-            continue;
-        GltfSample sample{(gltfDataFolder() / "gltf" / name).string(),
-                          TestJson::parse(std::ifstream(entry.path()))};
-        for (std::size_t a = 0; a < 3; ++a) {
-            double low = INFINITY;
-            double high = -INFINITY;
-            for (const TestJson& position : sample.expected["rest"]["position"]) {
-                low = std::min(low, position[a].get<double>());
-                high = std::max(high, position[a].get<double>());
-            }
-            sample.height = std::max(sample.height, high - low);
-        }
-        sample.height = sample.height > 0 ? sample.height : 1;
-        found.push_back(std::move(sample));
-    }
-    return found;
-}
-
-#define GLTF_SAMPLES_OR_SKIP(name)                                                                           \
-    const std::vector<GltfSample> name = gltfSamples();                                                      \
-    if (name.empty())                                                                                        \
-    GTEST_SKIP() << "no sample files in " << gltfDataFolder()                                                \
-                 << "; set SINEW_DATA to the folder that has them"
 
 /// World positions and rotations against expected ones; a mirrored basis has no expected rotation.
 inline void expectWorld(const Gltf& gltf, const GltfPose& pose, const TestJson& expected, double height)

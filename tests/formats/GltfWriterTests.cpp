@@ -155,9 +155,8 @@ void expectKept(const TestJson& before, const TestJson& after, bool matricesGo)
 
 TEST(GltfWriter, realFilesKeepEverythingAndPassTheValidatorAsBefore)
 {
-    GLTF_SAMPLES_OR_SKIP(all);
     std::vector<std::string> files;
-    for (const GltfSample& sample : all) {
+    for (const Sample& sample : gltfSamples()) {
         SCOPED_TRACE(sample.path);
         const Gltf gltf = mustReadGltf(readGltfFile(sample.path));
         const GltfClip clip = clipFor(gltf);
@@ -175,7 +174,7 @@ TEST(GltfWriter, realFilesKeepEverythingAndPassTheValidatorAsBefore)
             const std::string input = bytesOfFile(sample.path);
             const TestJson before = documentOf(input);
             const TestJson after = documentOf(glb);
-            expectKept(before, after, name == "CesiumMan");
+            expectKept(before, after, name == "CesiumMan" || name == "Lamp");
             for (std::size_t i = 0; i < gltf.animations.size() && replaced < 0; ++i)
                 EXPECT_EQ(after["animations"][i], before["animations"][i]);
             if (input.starts_with("glTF")) {
