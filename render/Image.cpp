@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Images, and PNG files of them.
+// Images, and PNG and JPEG files of them.
 #include "render/Picture.h"
 
 #include <formats/Files.h>
@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <utility>
 
 namespace render {
 
@@ -23,17 +25,40 @@ void Image::place(const Image& other, int x, int y)
                     3 * static_cast<std::size_t>(right - left));
 }
 
-std::optional<std::string> writePng(const std::string& path, const Image& image)
+std::optional<ImageFormat> imageFormatOf(const std::string& path)
 {
+    std::string ending = std::filesystem::path(path).extension().string();
+    for (char& c : ending)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    if (ending.empty() || ending == ".png")
+        return ImageFormat::Png;
+    return ending == ".jpg" || ending == ".jpeg" ? std::optional(ImageFormat::Jpeg) : std::nullopt;
+}
+
+std::optional<std::string> imageBytes(const Image& image, ImageFormat format)
+{
+    constexpr int kJpegQuality = 92; // of 100: lines and text stay clean
     std::string bytes;
     const auto append = [](void* context, void* data, int size) {
         static_cast<std::string*>(context)->append(static_cast<const char*>(data),
                                                    static_cast<std::size_t>(size));
     };
-    if (!stbi_write_png_to_func(append, &bytes, image.width, image.height, 3, image.rgb.data(),
-                                3 * image.width))
-        return path + ": the picture could not be encoded; make it smaller";
-    return formats::writeFileAtomically(path, bytes);
+    const int done = format == ImageFormat::Png
+        ? stbi_write_png_to_func(append, &bytes, image.width, image.height, 3, image.rgb.data(),
+                                 3 * image.width)
+        : stbi_write_jpg_to_func(append, &bytes, image.width, image.height, 3, image.rgb.data(),
+                                 kJpegQuality);
+    return done ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+std::optional<std::string> writeImage(const std::string& path, const Image& image)
+{
+    const std::optional<ImageFormat> format = imageFormatOf(path);
+    if (!format)
+        return path + ": " + kImageEndings;
+    const std::optional<std::string> bytes = imageBytes(image, *format);
+    return bytes ? formats::writeFileAtomically(path, *bytes)
+                 : path + ": the picture could not be encoded; make it smaller";
 }
 
 } // namespace render

@@ -304,12 +304,16 @@ void addShot(CLI::App& program, Action& action)
     command->add_option("FILE", options->file, "BVH or glTF file, or a scene (.sinew.json)")
         ->type_name("")
         ->required();
-    command->add_option("-o,--output", options->output, "the PNG file to write")
-        ->type_name("PNG")
+    command
+        ->add_option("-o,--output", options->output,
+                     "the picture to write: PNG, or JPEG where the name ends in\n.jpg")
+        ->type_name("PICTURE")
         ->required();
     command->add_option("--time", options->time, "seconds; of a sheet, where it begins")
         ->type_name("T")
         ->capture_default_str();
+    command->add_option("--animation", options->animation, "of glTF: which one; without: the first")
+        ->type_name("NAME");
     command->add_option("--camera", options->camera, "front, side, top or free")
         ->type_name("NAME")
         ->capture_default_str();
@@ -322,7 +326,7 @@ void addShot(CLI::App& program, Action& action)
         ->type_name("AXIS");
     command
         ->add_option("--skeleton", options->skeleton,
-                     "auto (lines inside meshes, bones without them), on or\noff")
+                     "auto (bones of figures without a mesh, lines within\nmeshes), on or off")
         ->type_name("HOW")
         ->capture_default_str();
     command->add_flag("--no-floor", options->noFloor, "no floor grid and no shadow");
@@ -330,7 +334,8 @@ void addShot(CLI::App& program, Action& action)
                     "internal error.\n\n"
                     "Examples:\n"
                     "  sinew shot walk.bvh -o walk.png --time 0.5 --camera side\n"
-                    "  sinew shot walk.bvh -o sheet.png --sheet 12 --size 1600x900\n");
+                    "  sinew shot walk.bvh -o sheet.png --sheet 12 --size 1600x900\n"
+                    "  sinew shot fox.glb -o run.jpg --animation Run --time 0.3\n");
     command->callback([options, &action] { action = [options] { return runShot(*options); }; });
 }
 

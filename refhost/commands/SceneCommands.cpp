@@ -8,6 +8,7 @@
 #include "refhost/MotionImport.h"
 #include "refhost/SceneFile.h"
 #include "refhost/SceneFileState.h"
+#include "refhost/ViewChoice.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -50,6 +51,7 @@ Result replaceScene(Host& host, const Make& make)
         return Result::failure(kStepIsOpen);
     if (Result result = make(); !result.ok())
         return result;
+    ViewChoice::of(host).framed = false;
     return former ? host.closeScene(*former) : Result{};
 }
 

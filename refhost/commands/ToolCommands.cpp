@@ -4,10 +4,10 @@
 #include "commands/HostCommand.h"
 #include "commands/Lookup.h"
 #include "commands/NearMiss.h"
-#include "commands/ViewChoice.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/ToolHost.h"
+#include "refhost/ViewChoice.h"
 #include "scene/ExactText.h"
 
 #include <cmath>
@@ -179,8 +179,10 @@ Result gesture(Invocation& invocation)
     if (tools.inUse().empty())
         return Result::failure("No tool is in use. Take one first, as in tool.use ik.pose");
     ViewChoice& choice = ViewChoice::of(invocation.host());
-    if (!tools.isPressed() && (arguments.isSet(kView) || !choice.camera))
+    if (!tools.isPressed() && arguments.isSet(kView))
         choice.look(invocation.host(), cameraByName(arguments.text(kView)).value_or(Camera::Front));
+    else if (!tools.isPressed())
+        choice.settle(invocation.host());
     Place start, end;
     if (what == "move") {
         if (!tools.isPressed())

@@ -3,10 +3,10 @@
 #include "commands/CommandText.h"
 #include "commands/HostCommand.h"
 #include "commands/Lookup.h"
-#include "commands/ViewChoice.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/ToolHost.h"
+#include "refhost/ViewChoice.h"
 #include "scene/ExactText.h"
 
 #include <nlohmann/json.hpp>
@@ -17,15 +17,22 @@ ViewChoice& ViewChoice::of(Host& host) { return host.attachments().require<ViewC
 
 void ViewChoice::look(Host& host, Camera wanted)
 {
-    if (camera == wanted)
-        return;
+    framed = framed && camera == wanted;
     camera = wanted;
+    settle(host);
+}
+
+void ViewChoice::settle(Host& host)
+{
+    camera = camera.value_or(Camera::Front);
+    if (framed)
+        return;
     View& view = ToolHost::of(host).view();
-    View made = View::of(wanted, up);
+    View made = View::of(*camera, up);
     made.width = view.width;
     made.height = view.height;
-    if (Scene* scene = host.currentScene())
-        made.fit(*scene, host.time());
+    Scene* scene = host.currentScene();
+    framed = scene && made.fit(*scene, host.time());
     view = made;
 }
 
@@ -106,9 +113,10 @@ Result setView(Invocation& invocation)
     if (arguments.isSet(1))
         choice.up = arguments.text(1) == kUpNames[1] ? UpAxis::Z : UpAxis::Y;
     if (arguments.isSet(0) || arguments.isSet(1)) {
-        const Camera former = choice.camera.value_or(Camera::Front);
-        choice.camera.reset();
-        choice.look(host, cameraByName(arguments.text(0)).value_or(former));
+        choice.framed = false;
+        choice.look(host, cameraByName(arguments.text(0)).value_or(choice.camera.value_or(Camera::Front)));
+    } else if (any) {
+        choice.settle(host);
     }
     View& now = ToolHost::of(host).view();
     if (Item* item = arguments.item(4)) {
@@ -119,8 +127,7 @@ Result setView(Invocation& invocation)
     }
     if (arguments.isSet(5))
         now.size = size;
-    if (any && !choice.camera)
-        choice.camera = Camera::Front;
+    choice.framed = choice.framed || arguments.isSet(4) || arguments.isSet(5);
     if (!any)
         printView(invocation, now);
     return {};

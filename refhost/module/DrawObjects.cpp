@@ -181,12 +181,12 @@ std::array<float, 3> itemColour(const Item& item)
     return colour;
 }
 
-void recordItems(Scene& scene, const View& view, DrawingList& list)
+void recordItems(Scene& scene, const View& view, DrawingList& list, std::optional<double> timeSeconds)
 {
     Modules* modules = scene.host().attachments().find<Modules>();
     if (!modules)
         return;
-    const double time = scene.host().time();
+    const double time = timeSeconds.value_or(scene.host().time());
     HostBinding& binding = modules->binding();
     Evaluation& evaluation = Evaluation::of(scene);
     const HeldObject read(

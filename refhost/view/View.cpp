@@ -3,12 +3,10 @@
 #include "refhost/View.h"
 
 #include "channels/Vectors.h"
-#include "refhost/DrawingPackage.h"
-#include "refhost/Evaluation.h"
-#include "refhost/Host.h"
+#include "refhost/Framing.h"
+#include "refhost/VisibleItems.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace refhost {
 namespace {
@@ -17,7 +15,6 @@ namespace {
 constexpr double kFreeTurn = 0.5, kFreeTilt = 0.2;
 /// The viewer of a parallel projection stands so many heights away.
 constexpr double kFarHeights = 1000;
-constexpr double kMargin = 1.15;
 
 struct CameraRow {
     Vector3 viewer[2]; ///< from the scene, by up axis
@@ -43,35 +40,6 @@ Matrix33 axesFrom(const Vector3& viewer, const Vector3& up)
 }
 
 } // namespace
-
-void VisibleBox::include(const Vector3& point)
-{
-    for (std::size_t a = 0; a < 3 && isFinite(point); ++a) {
-        low[a] = empty ? point[a] : std::min(low[a], point[a]);
-        high[a] = empty ? point[a] : std::max(high[a], point[a]);
-    }
-    empty = empty && !isFinite(point);
-}
-
-VisibleBox visibleBox(Scene& scene, double time)
-{
-    VisibleBox box;
-    for (Item* item : scene.itemsOfType(scene.host().meshType())) {
-        const auto mesh = MeshPoses::of(scene).at(*item, time);
-        if (!mesh || mesh->points.empty())
-            continue;
-        box.include({mesh->low[0], mesh->low[1], mesh->low[2]});
-        box.include({mesh->high[0], mesh->high[1], mesh->high[2]});
-    }
-    const bool anyMesh = !box.empty;
-    for (Item* item : scene.itemsOfType(scene.host().locatorType())) {
-        Matrix34 place;
-        if ((!anyMesh || item->hasPackage(kDrawingPackage))
-            && Evaluation::of(scene).matrix(*item->channel("wposMatrix"), time, place))
-            box.include(place.offset);
-    }
-    return box;
-}
 
 std::optional<Camera> cameraByName(std::string_view name)
 {
@@ -135,23 +103,19 @@ double View::pixelSize(const Vector3& world) const
     return size / height * std::max(depth(world), smallest) / distance();
 }
 
-void View::fit(Scene& scene, double timeSeconds)
+bool View::fit(Scene& scene, double timeSeconds)
 {
-    const VisibleBox box = visibleBox(scene, timeSeconds);
-    if (box.empty)
-        return;
-    target = times(plus(box.low, box.high), 0.5);
-    double wide = 0, tall = 0;
-    for (int corner = 0; corner < 8; ++corner) {
-        const Vector3 from =
-            minus({corner & 1 ? box.high[0] : box.low[0], corner & 2 ? box.high[1] : box.low[1],
-                   corner & 4 ? box.high[2] : box.low[2]},
-                  target);
-        wide = std::max(wide, 2 * std::abs(dot(from, column(axes, 0))));
-        tall = std::max(tall, 2 * std::abs(dot(from, column(axes, 1))));
-    }
-    const double needed = std::max(tall, wide * height / width) * kMargin;
-    size = needed > 0 ? needed : 1;
+    Framing framing(*this);
+    const VisibleItems visible = visibleItems(scene, timeSeconds);
+    for (const auto& mesh : visible.meshes)
+        for (const Vector3f& point : mesh->points)
+            framing.include({point[0], point[1], point[2]});
+    for (const VisibleItems::Locator& locator : visible.locators)
+        if (visible.meshes.empty() || locator.look == VisibleItems::Look::Bone
+            || locator.look == VisibleItems::Look::Goal)
+            framing.include(locator.world.offset);
+    framing.apply(*this);
+    return !framing.isEmpty();
 }
 
 } // namespace refhost

@@ -5,6 +5,7 @@
 #include "gl/Program.h"
 #include "gl/Shaders.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 
@@ -33,8 +34,46 @@ constexpr float kNearer = 4e-5f; // that lines stand out of the surfaces on whic
 
 Vector3 column(const Matrix33& m, int c) { return {m[0][c], m[1][c], m[2][c]}; }
 
+/// Distances along the view, from the eye of a perspective or from the target of a parallel view, between
+/// which everything is drawn.
+struct DepthRange {
+    double nearest, farthest;
+
+    /// How much finer or coarser the depths of a parallel view are than those of its usual range.
+    double share(const View& view) const
+    {
+        return view.perspective ? 1 : 80 * view.size / (farthest - nearest);
+    }
+};
+
+/// Wide enough for the floor in every case, and for figures far in front of the target or behind it.
+DepthRange depthRange(const View& view, const Shapes& shapes)
+{
+    const double away = view.perspective ? view.distance() : 0;
+    DepthRange range{view.perspective ? 0.02 * away : -40 * view.size,
+                     view.perspective ? 60 * away : 40 * view.size};
+    const Vector3 along = view.direction();
+    double nearest = range.farthest, farthest = range.nearest;
+    shapes.forEachPoint([&](const refhost::Vector3f& p) {
+        double depth = away;
+        for (std::size_t a = 0; a < 3; ++a)
+            depth += along[a] * (p[a] - view.target[a]);
+        if (!std::isfinite(depth))
+            return;
+        nearest = std::min(nearest, depth);
+        farthest = std::max(farthest, depth);
+    });
+    constexpr double kRoom = 1.01, kNearestShare = 1e-3;
+    if (!view.perspective)
+        return {std::min(range.nearest, nearest * kRoom), std::max(range.farthest, farthest * kRoom)};
+    // What is nearer to the eye than this is cut: the nearer the plane, the coarser all depths.
+    if (nearest < range.nearest)
+        range.nearest = std::max(nearest / kRoom, kNearestShare * away);
+    return {range.nearest, std::max(range.farthest, farthest * kRoom)};
+}
+
 /// World to clip space of OpenGL.
-GlMatrix clipMatrix(const View& view)
+GlMatrix clipMatrix(const View& view, const DepthRange& depths)
 {
     const Vector3 eye = view.perspective ? view.eye() : view.target;
     double toView[4][4] = {};
@@ -50,7 +89,7 @@ GlMatrix clipMatrix(const View& view)
     double projection[4][4] = {};
     if (view.perspective) {
         const double cotangent = 1 / std::tan(view.fieldOfView / 2);
-        const double nearest = view.distance() * 0.02, farthest = view.distance() * 60;
+        const auto [nearest, farthest] = depths;
         projection[0][0] = cotangent / aspect;
         projection[1][1] = cotangent;
         projection[2][2] = -(farthest + nearest) / (farthest - nearest);
@@ -59,7 +98,8 @@ GlMatrix clipMatrix(const View& view)
     } else {
         projection[0][0] = 2 / (view.size * aspect);
         projection[1][1] = 2 / view.size;
-        projection[2][2] = -1 / (view.size * 40);
+        projection[2][2] = -2 / (depths.farthest - depths.nearest);
+        projection[2][3] = -(depths.farthest + depths.nearest) / (depths.farthest - depths.nearest);
         projection[3][3] = 1;
     }
     GlMatrix out{};
@@ -152,7 +192,8 @@ struct Renderer::Parts {
                     const GlMatrix& clip) const;
     void drawSolids(const Shapes& shapes, const View& view, const Vector3& light, const Vector3& up,
                     const GlMatrix& clip) const;
-    void drawLayer(const Shapes::Layer& layer, const View& view, const GlMatrix& clip, int scale) const;
+    void drawLayer(const Shapes::Layer& layer, const View& view, const DepthRange& depths,
+                   const GlMatrix& clip, int scale) const;
 };
 
 void Renderer::Parts::drawBackground(const Surroundings& around) const
@@ -214,8 +255,8 @@ void Renderer::Parts::drawSolids(const Shapes& shapes, const View& view, const V
     solids.drawTriangles(shapes.solids.data(), shapes.solids.size());
 }
 
-void Renderer::Parts::drawLayer(const Shapes::Layer& layer, const View& view, const GlMatrix& clip,
-                                int scale) const
+void Renderer::Parts::drawLayer(const Shapes::Layer& layer, const View& view, const DepthRange& depths,
+                                const GlMatrix& clip, int scale) const
 {
     flat.use();
     flat.set("viewProjection", clip);
@@ -226,8 +267,8 @@ void Renderer::Parts::drawLayer(const Shapes::Layer& layer, const View& view, co
         program->set("halfSize", static_cast<float>(view.width * scale) / 2,
                      static_cast<float>(view.height * scale) / 2);
         program->set("scale", static_cast<float>(scale));
-        program->set("nearest", view.perspective ? static_cast<float>(view.distance() * 0.02) : -1.0f);
-        program->set("nearer", kNearer);
+        program->set("nearest", view.perspective ? static_cast<float>(depths.nearest) : -1.0f);
+        program->set("nearer", kNearer * static_cast<float>(depths.share(view)));
         if (program == &segment)
             segments.drawQuads(layer.segments.data(), layer.segments.size());
         else
@@ -257,7 +298,8 @@ void Renderer::draw(const Shapes& shapes, const View& view, const Surroundings& 
     for (std::size_t a = 0; a < 3; ++a)
         light[a] = up[a] - 0.35 * right[a] + 0.45 * back[a];
     light = normalised(light);
-    const GlMatrix clip = clipMatrix(view);
+    const DepthRange depths = depthRange(view, shapes);
+    const GlMatrix clip = clipMatrix(view, depths);
 
     glEnable(GL_SCISSOR_TEST);
     glScissor(x, y, width, height);
@@ -271,7 +313,7 @@ void Renderer::draw(const Shapes& shapes, const View& view, const Surroundings& 
     parts.drawBackground(around);
     const double slant = back[0] * up[0] + back[1] * up[1] + back[2] * up[2];
     if (around.floor && !view.perspective && std::abs(slant) <= 0.02)
-        parts.drawLayer(floorEdge(view, around, right), view, clip, scale);
+        parts.drawLayer(floorEdge(view, around, right), view, depths, clip, scale);
     if (around.floor && (view.perspective || std::abs(slant) > 0.02)) {
         parts.drawFloor(view, around, clip);
         if (light[0] * up[0] + light[1] * up[1] + light[2] * up[2] > 0.2)
@@ -281,16 +323,17 @@ void Renderer::draw(const Shapes& shapes, const View& view, const Surroundings& 
     glDepthFunc(GL_LEQUAL);
     parts.drawSolids(shapes, view, light, up, clip);
     glDepthMask(GL_FALSE);
-    parts.drawLayer(shapes.tested, view, clip, scale);
+    parts.drawLayer(shapes.tested, view, depths, clip, scale);
     glDisable(GL_DEPTH_TEST);
-    parts.drawLayer(shapes.above, view, clip, scale);
+    parts.drawLayer(shapes.above, view, depths, clip, scale);
     parts.flat.use();
     parts.flat.set("viewProjection", pixelMatrix(view));
     parts.flats.drawTriangles(around.overlay.data(), around.overlay.size());
     if (around.axisCross && view.width >= 2 * kCrossPixels && view.height >= 2 * kCrossPixels) {
         const View cross = crossView(view);
         glViewport(x + 8 * scale, y + 8 * scale, cross.width * scale, cross.height * scale);
-        parts.drawLayer(crossShapes(), cross, clipMatrix(cross), scale);
+        const DepthRange crossDepths = depthRange(cross, {});
+        parts.drawLayer(crossShapes(), cross, crossDepths, clipMatrix(cross, crossDepths), scale);
     }
     glDepthMask(GL_TRUE);
     glDisable(GL_SCISSOR_TEST);

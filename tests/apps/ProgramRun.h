@@ -36,6 +36,7 @@ public:
     static formats::BvhMotion motionAt(const std::filesystem::path& file);
     static std::string bytesOf(const std::filesystem::path& file);
     bool exists(const std::string& name) const;
+    std::string path(const std::string& name) const { return (m_Folder / name).string(); }
     std::size_t fileCount() const;
 
 private:

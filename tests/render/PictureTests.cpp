@@ -137,11 +137,11 @@ TEST(ImageTests, AFailedPictureLeavesTheOldFile)
     std::filesystem::create_directories(folder);
     const std::string path = folder / "p.png";
     Image image{2, 1, {255, 0, 0, 0, 0, 255}};
-    ASSERT_FALSE(writePng(path, image));
+    ASSERT_FALSE(writeImage(path, image));
     std::ifstream file(path, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
     EXPECT_EQ(bytes.substr(0, 8), "\x89PNG\r\n\x1a\n");
-    EXPECT_TRUE(writePng(folder / "none" / "p.png", image));
+    EXPECT_TRUE(writeImage(folder / "none" / "p.png", image));
     Image sheet{3, 3, std::vector<std::uint8_t>(27, 9)};
     sheet.place(image, 2, -1); // outside above
     sheet.place(image, 2, 1); // half of it

@@ -4,12 +4,12 @@
 
 #include <fmt/format.h>
 #include <refhost/Host.h>
-#include <refhost/ToolHost.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <stdexcept>
+#include <iterator>
+#include <limits>
 
 namespace app {
 
@@ -21,36 +21,27 @@ using refhost::View;
 
 constexpr render::Colour kTextColour{0.20f, 0.24f, 0.32f, 1};
 
-/// The lowest visible thing, where the floor belongs to it; 0 where that lies near the origin anyway.
-double floorUnder(Scene& scene, refhost::UpAxis upAxis, double seenSize)
+double lowestOf(const refhost::Framing& framing, refhost::UpAxis up)
 {
-    const std::size_t up = upAxis == refhost::UpAxis::Y ? 1 : 2;
-    const refhost::VisibleBox box = refhost::visibleBox(scene, scene.host().time());
-    return !box.empty && std::abs(box.low[up]) > 0.25 * seenSize ? box.low[up] : 0;
+    return framing.low()[up == refhost::UpAxis::Y ? 1 : 2];
 }
 
-View fittedView(Scene& scene, const PictureSettings& settings, int width, int height)
+View viewOf(const PictureSettings& settings, int width, int height)
 {
     View view = View::of(settings.camera, settings.up);
     view.width = width;
     view.height = height;
-    view.fit(scene, scene.host().time());
     return view;
 }
 
-render::Surroundings surroundings(Scene& scene, const PictureSettings& settings, const View& view)
+/// The floor lies under the lowest thing, or at 0 where that is near it anyway.
+render::Surroundings surroundings(const PictureSettings& settings, const View& view, double lowest)
 {
     render::Surroundings around;
     around.up = settings.up;
     around.floor = settings.floor;
-    around.floorHeight = floorUnder(scene, settings.up, view.size);
+    around.floorHeight = std::abs(lowest) > 0.25 * view.size ? lowest : 0;
     return around;
-}
-
-void setTime(Scene& scene, double seconds)
-{
-    if (const refhost::Result set = scene.host().setTime(seconds); !set.ok())
-        throw std::runtime_error(set.message);
 }
 
 double lastKeyOf(const Item& item)
@@ -79,26 +70,23 @@ bool pictureSizeFromText(std::string_view text, PictureSettings& settings)
         && settings.height <= render::kMaximumPictureSide;
 }
 
-View fittedView(Scene& scene, const PictureSettings& settings)
+bool skeletonFromText(std::string_view text, PictureSettings& settings)
 {
-    return fittedView(scene, settings, settings.width, settings.height);
+    constexpr std::string_view kNames[] = {"auto", "on", "off"};
+    const auto* name = std::find(std::begin(kNames), std::end(kNames), text);
+    settings.look.skeleton = static_cast<render::SceneLook::Skeleton>(name - kNames);
+    return name != std::end(kNames);
 }
 
-render::Image toolPicture(render::Studio& studio, Scene& scene, const PictureSettings& settings,
-                          const View& view)
+render::Image scenePicture(render::Studio& studio, Scene& scene, double time, const PictureSettings& settings,
+                           const View* given)
 {
-    render::Shapes shapes = render::sceneShapes(scene, view, settings.look);
-    refhost::DrawingList handles;
-    refhost::ToolHost::of(scene.host()).draw(handles);
-    render::addDrawing(shapes, handles, render::Depth::Above);
-    return studio.picture(shapes, view, surroundings(scene, settings, view));
-}
-
-render::Image scenePicture(render::Studio& studio, Scene& scene, const PictureSettings& settings)
-{
-    const View view = fittedView(scene, settings);
-    return studio.picture(render::sceneShapes(scene, view, settings.look), view,
-                          surroundings(scene, settings, view));
+    View view = given ? *given : viewOf(settings, settings.width, settings.height);
+    if (!given)
+        (void)render::frameScene(scene, time, view, settings.look);
+    const render::Shapes shapes = render::sceneShapes(scene, time, view, settings.look);
+    const double lowest = lowestOf(render::framingOf(view, shapes), settings.up);
+    return studio.picture(shapes, view, surroundings(settings, view, lowest));
 }
 
 render::Image sceneSheet(render::Studio& studio, Scene& scene, const PictureSettings& settings, double first,
@@ -115,22 +103,22 @@ render::Image sceneSheet(render::Studio& studio, Scene& scene, const PictureSett
                         count, settings.width, settings.height));
     const auto timeOf = [&](int i) { return count > 1 ? first + (last - first) * i / (count - 1) : first; };
     std::vector<View> views;
-    double size = 0; // one scale for all, so that what grows is seen to grow
+    double size = 0, lowest = std::numeric_limits<double>::infinity();
     for (int i = 0; i < count; ++i) {
-        setTime(scene, timeOf(i));
-        views.push_back(fittedView(scene, settings, width - 1, height - 1));
+        views.push_back(viewOf(settings, width - 1, height - 1));
+        const refhost::Framing framing = render::frameScene(scene, timeOf(i), views.back(), settings.look);
         size = std::max(size, views.back().size);
+        lowest = std::min(lowest, lowestOf(framing, settings.up));
     }
     render::Image sheet{columns * width, rows * height, {}};
     sheet.rgb.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height), 255);
     for (int i = 0; i < count; ++i) {
-        setTime(scene, timeOf(i));
         View& view = views[static_cast<std::size_t>(i)];
-        view.size = size;
-        render::Surroundings around = surroundings(scene, settings, view);
+        view.size = size; // one scale for all, so that what grows is seen to grow
+        render::Surroundings around = surroundings(settings, view, lowest);
         around.axisCross = false;
         render::addText(around.overlay, 8, 8, fmt::format("{:.2f} s", timeOf(i)), kTextColour, 1.5f);
-        sheet.place(studio.picture(render::sceneShapes(scene, view, settings.look), view, around),
+        sheet.place(studio.picture(render::sceneShapes(scene, timeOf(i), view, settings.look), view, around),
                     i % columns * width, i / columns * height);
     }
     return sheet;

@@ -22,23 +22,22 @@ struct PictureSettings {
 inline constexpr const char* kPictureSizes = "width and height in pixels, 16x16 to 8192x8192, as in 1280x720";
 /// `WIDTHxHEIGHT`; false, and the settings in no certain state, for anything else.
 bool pictureSizeFromText(std::string_view text, PictureSettings& settings);
+/// auto, on or off; false for anything else.
+bool skeletonFromText(std::string_view text, PictureSettings& settings);
 
-/// The settings' camera, such that it sees all of the scene at the host's current time.
-refhost::View fittedView(refhost::Scene& scene, const PictureSettings& settings);
+/// The scene at this time through `view`; without one through the settings' camera, such that all is seen.
+render::Image scenePicture(render::Studio& studio, refhost::Scene& scene, double time,
+                           const PictureSettings& settings, const refhost::View* view = nullptr);
 
-/// The scene and the handles of the tool in use, through this view.
-render::Image toolPicture(render::Studio& studio, refhost::Scene& scene, const PictureSettings& settings,
-                          const refhost::View& view);
-
-/// The scene at the host's current time.
-render::Image scenePicture(render::Studio& studio, refhost::Scene& scene, const PictureSettings& settings);
-
-/// A sheet: so many moments from `first` to `last` seconds, in rows, each with its time. Leaves the host at
-/// the time of the last.
+/// A sheet: so many moments from `first` to `last` seconds, in rows at one scale, each with its time. Throws
+/// RenderError where they don't fit into the picture.
 render::Image sceneSheet(render::Studio& studio, refhost::Scene& scene, const PictureSettings& settings,
                          double first, double last, int count);
 
 /// The latest key of the scene, in seconds; 0 without keys.
 double lastKeyTime(const refhost::Scene& scene);
+
+/// Most moments of a sheet.
+inline constexpr int kMostMoments = 400;
 
 } // namespace app

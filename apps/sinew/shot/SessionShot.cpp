@@ -7,16 +7,90 @@
 #include <refhost/Commands.h>
 #include <refhost/Host.h>
 #include <refhost/ToolHost.h>
+#include <refhost/ViewChoice.h>
 
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace app {
 
 namespace {
 
+using refhost::Arguments;
 using refhost::ArgumentSpec;
 using refhost::ArgumentType;
 using refhost::Result;
+using refhost::View;
+
+enum Argument { kFile, kCamera, kSize, kTime, kSheet, kSkeleton, kUp, kFloor };
+
+std::vector<ArgumentSpec> shotArguments()
+{
+    return {
+        {.name = "file",
+         .type = ArgumentType::Text,
+         .required = true,
+         .help = "the picture to write, PNG or JPEG by its ending"},
+        {.name = "camera",
+         .help = "a camera that sees all; otherwise what view.set or a gesture chose, or else the front",
+         .words = {"front", "side", "top", "free"}},
+        {.name = "size", .help = "pixels, as in 1280x720, the default"},
+        {.name = "time",
+         .type = ArgumentType::Number,
+         .help = "seconds, and where a sheet begins; the current time, of a sheet 0, otherwise"},
+        {.name = "sheet",
+         .type = ArgumentType::Integer,
+         .help = "so many moments up to the last key side by side, each seen whole"},
+        {.name = "skeleton",
+         .help = "bones of figures without a mesh and lines within meshes (auto, the default), or on or off",
+         .words = {"auto", "on", "off"}},
+        {.name = "up", .help = "which axis is up; that of view.set otherwise", .words = {"y", "z"}},
+        {.name = "floor", .type = ArgumentType::Boolean, .help = "grid and shadow; true otherwise"},
+    };
+}
+
+Result refusal(const Arguments& arguments, Argument argument, const std::string& given,
+               const std::string& wanted)
+{
+    return Result::failure("'" + arguments.spec(argument).name + "' is '" + given + "', but has to be "
+                           + wanted + ".");
+}
+
+/// What the arguments say, and where they leave it open the session's view.
+Result readSettings(refhost::Invocation& invocation, PictureSettings& settings)
+{
+    const Arguments& arguments = invocation.arguments();
+    const refhost::ViewChoice& choice = refhost::ViewChoice::of(invocation.host());
+    settings.camera = refhost::cameraByName(arguments.text(kCamera))
+                          .value_or(choice.camera.value_or(refhost::Camera::Front));
+    settings.up = choice.up;
+    if (arguments.isSet(kUp))
+        settings.up = arguments.text(kUp) == "z" ? refhost::UpAxis::Z : refhost::UpAxis::Y;
+    settings.floor = arguments.boolean(kFloor, true);
+    if (arguments.isSet(kSkeleton))
+        (void)skeletonFromText(arguments.text(kSkeleton), settings);
+    if (arguments.isSet(kSize) && !pictureSizeFromText(arguments.text(kSize), settings))
+        return refusal(arguments, kSize, arguments.text(kSize), kPictureSizes);
+    if (std::abs(arguments.number(kTime)) > refhost::kMaximumTimeSeconds)
+        return refusal(arguments, kTime, std::to_string(arguments.number(kTime)),
+                       "within " + std::to_string(refhost::kMaximumTimeSeconds) + " seconds");
+    if (const int moments = arguments.integer(kSheet, 1); moments < 1 || moments > kMostMoments)
+        return refusal(arguments, kSheet, std::to_string(moments),
+                       "from 1 to " + std::to_string(kMostMoments));
+    return {};
+}
+
+/// The tool's view in the picture's rectangle, which shows no less of the scene.
+View toolView(refhost::Host& host, const PictureSettings& settings)
+{
+    View view = refhost::ToolHost::of(host).view();
+    const double former = static_cast<double>(view.width) / view.height;
+    view.width = settings.width;
+    view.height = settings.height;
+    view.size *= std::max(1.0, former * settings.height / settings.width);
+    return view;
+}
 
 class SessionShot final : public refhost::Command {
 public:
@@ -35,18 +109,13 @@ public:
     Result execute(refhost::Invocation& invocation) override
     {
         PictureSettings settings;
-        const std::string& camera = invocation.arguments().text(1);
-        if (const Result size = readPictureSize(invocation.arguments(), settings); !size.ok())
-            return size;
+        if (Result read = readSettings(invocation, settings); !read.ok())
+            return read;
+        const std::string& file = invocation.arguments().text(kFile);
+        if (!render::imageFormatOf(file))
+            return Result::failure(file + ": " + render::kImageEndings + ".");
         try {
-            render::Studio studio;
-            refhost::View view = refhost::ToolHost::of(invocation.host()).view();
-            if (!camera.empty())
-                view = fittedView(*invocation.scene(), settingsWith(settings, camera));
-            view.width = settings.width;
-            view.height = settings.height;
-            if (const auto problem = render::writePng(
-                    invocation.arguments().text(0), toolPicture(studio, *invocation.scene(), settings, view)))
+            if (const auto problem = render::writeImage(file, picture(invocation, settings)))
                 return Result::failure(*problem);
         } catch (const render::RenderError& error) {
             return Result::failure(error.what());
@@ -55,28 +124,30 @@ public:
     }
 
 private:
-    static Result readPictureSize(const refhost::Arguments& arguments, PictureSettings& settings)
+    render::Image picture(refhost::Invocation& invocation, PictureSettings& settings)
     {
-        if (arguments.isSet(2) && !pictureSizeFromText(arguments.text(2), settings))
-            return Result::failure("'size' is '" + arguments.text(2) + "', but has to be " + kPictureSizes
-                                   + ".");
-        return {};
-    }
-    static PictureSettings settingsWith(PictureSettings settings, const std::string& camera)
-    {
-        settings.camera = refhost::cameraByName(camera).value_or(refhost::Camera::Free);
-        return settings;
+        if (!m_Studio)
+            m_Studio = std::make_unique<render::Studio>();
+        const Arguments& arguments = invocation.arguments();
+        refhost::Scene& scene = *invocation.scene();
+        if (arguments.isSet(kSheet)) {
+            const double first = arguments.number(kTime, 0);
+            return sceneSheet(*m_Studio, scene, settings, first, std::max(lastKeyTime(scene), first),
+                              arguments.integer(kSheet));
+        }
+        const double now = invocation.host().time(), time = arguments.number(kTime, now);
+        settings.look.handles = time == now; // the tool works at no other
+        if (arguments.isSet(kCamera) || arguments.isSet(kUp)
+            || !refhost::ViewChoice::of(invocation.host()).framed)
+            return scenePicture(*m_Studio, scene, time, settings);
+        const View view = toolView(invocation.host(), settings);
+        return scenePicture(*m_Studio, scene, time, settings, &view);
     }
 
     const std::string m_Name = "shot",
                       m_Summary = "Writes a picture of the scene, with the handles of the tool in use.";
-    const std::vector<ArgumentSpec> m_Arguments = {
-        {.name = "file", .type = ArgumentType::Text, .required = true, .help = "the PNG file to write"},
-        {.name = "camera",
-         .help = "a camera that sees all; what view.set chose otherwise",
-         .words = {"front", "side", "top", "free"}},
-        {.name = "size", .help = "pixels, as in 1280x720, the default"},
-    };
+    const std::vector<ArgumentSpec> m_Arguments = shotArguments();
+    std::unique_ptr<render::Studio> m_Studio; // of all pictures of the session, made for the first
 };
 
 } // namespace

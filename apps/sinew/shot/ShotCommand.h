@@ -14,6 +14,7 @@ struct ShotOptions {
     std::string size = "1280x720";
     std::string up; ///< y or z; empty: what the file says or lets guess
     std::string skeleton = "auto";
+    std::string animation; ///< of glTF: name or index; empty: the first
     int sheet = 0; ///< pictures on a contact sheet; 0 for one picture
     bool noFloor = false;
 };

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,9 +61,9 @@ struct DrawingList {
 /// point comes again at its end; a filled arc begins and ends at its centre); the place of a text.
 std::vector<Vector3> worldOutline(const DrawElement& element, int circleSteps = 48);
 
-/// Appends what the visible items of the scene draw at the host's current time, in order of their
-/// identifiers: what modules put on them.
-void recordItems(Scene& scene, const View& view, DrawingList& list);
+/// Appends what the visible items of the scene draw at a time, the host's current one unless another is
+/// given, in order of their identifiers: what modules put on them.
+void recordItems(Scene& scene, const View& view, DrawingList& list, std::optional<double> timeSeconds = {});
 /// The colour that an item draws in: its tag `OVCL` ("r=0.3 g=0.8 b=0.3") where it has one.
 std::array<float, 3> itemColour(const Item& item);
 

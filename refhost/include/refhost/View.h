@@ -23,17 +23,6 @@ enum class UpAxis : std::uint8_t { Y, Z };
 /// Pixels count from the upper left corner of the rectangle, x to the right and y down.
 using Pixel = std::array<double, 2>;
 
-/// What is to be seen of a scene at a time: its meshes and what is drawn as a shape of its own; of a scene
-/// without meshes all locators. What carries a mesh stands anywhere and doesn't count.
-struct VisibleBox {
-    Vector3 low{}, high{};
-    bool empty = true;
-
-    /// Points that are not finite are left out.
-    void include(const Vector3& point);
-};
-VisibleBox visibleBox(Scene& scene, double timeSeconds);
-
 /// Looks along -z of its axes. Plain values; whoever shows the view may set each of them.
 class View {
 public:
@@ -62,9 +51,9 @@ public:
     /// Size of a pixel at a place in the world, in the scene's unit; above 0.
     double pixelSize(const Vector3& world) const;
 
-    /// Shows everything: joints and meshes of the scene at this time, with a margin. An empty scene changes
-    /// nothing.
-    void fit(Scene& scene, double timeSeconds);
+    /// Shows everything: meshes, joints of figures without a mesh and goals of the scene at this time, with a
+    /// margin. False, and the view stays, when there is nothing of the kind.
+    bool fit(Scene& scene, double timeSeconds);
 
 private:
     /// Distance in front of the eye along the view.

@@ -21,8 +21,17 @@ struct Image {
     void place(const Image& other, int x, int y);
 };
 
-/// Writes a PNG by way of a temporary name; a sentence when it can't.
-std::optional<std::string> writePng(const std::string& path, const Image& image);
+enum class ImageFormat : std::uint8_t { Png, Jpeg };
+/// By the ending of a name: .png, .jpg or .jpeg; a name without one is that of a PNG. Nothing for others.
+std::optional<ImageFormat> imageFormatOf(const std::string& path);
+/// What to say of such others.
+inline constexpr const char* kImageEndings =
+    "pictures are written as PNG or JPEG; give a name that ends in .png, .jpg or .jpeg";
+
+/// The file's bytes; nothing when it can't be encoded.
+std::optional<std::string> imageBytes(const Image& image, ImageFormat format);
+/// Writes the format that the name asks for, by way of a temporary name; a sentence when it can't.
+std::optional<std::string> writeImage(const std::string& path, const Image& image);
 
 /// Largest width and height of a picture, in pixels.
 inline constexpr int kMaximumPictureSide = 8192;

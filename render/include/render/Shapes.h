@@ -53,6 +53,24 @@ struct Shapes {
     Layer tested, above;
 
     Layer& layer(Depth depth) { return depth == Depth::Above ? above : tested; }
+
+    /// Calls `visit` with every corner, end and middle of the shapes.
+    template <class Visit>
+    void forEachPoint(const Visit& visit) const
+    {
+        for (const SolidVertex& vertex : solids)
+            visit(vertex.position);
+        for (const Layer* one : {&tested, &above}) {
+            for (const FlatVertex& vertex : one->panes)
+                visit(vertex.position);
+            for (const Segment& segment : one->segments) {
+                visit(segment.from);
+                visit(segment.to);
+            }
+            for (const Point& point : one->points)
+                visit(point.position);
+        }
+    }
 };
 
 /// A deformed mesh in its own colours. Without normals of its own it gets those of its triangles, shared by

@@ -208,6 +208,25 @@ TEST_F(ToolTest, gestureCommandsSayWhatIsWrong)
     EXPECT_EQ(ask("draw tool"), "");
 }
 
+TEST_F(ToolTest, theFirstGestureShowsWhatCameAfterTheViewWasChosen)
+{
+    for (const char* chosen : {"view.set camera:side width:300", "view.set width:300"}) {
+        run("scene.new");
+        run(chosen);
+        run("item.create name:Far");
+        run("channel.set Far pos.Z 500");
+        run("gesture press Far");
+        run("gesture release");
+        EXPECT_EQ(tools.view().target, (Vector3{0, 0, 500})) << chosen;
+        EXPECT_EQ(tools.view().width, 300);
+        run("view.set target:Far size:7");
+        run("channel.set Far pos.Z 900");
+        run("gesture press Far");
+        run("gesture release");
+        EXPECT_EQ(tools.view().target[2], 500) << "it stays where the user put it";
+    }
+}
+
 TEST_F(ToolTest, closingTheSceneInTheMiddleOfAPressIsRefusedAndTheHostMayGoAnyTime)
 {
     run("gesture press A");
