@@ -20,6 +20,7 @@ constexpr const char* SpineNameSet[] = {"Hips", "Chest",       "Chest1",     "Ch
                                         "Head", "RightCollar", "LeftCollar", "RightAnkle", "LeftAnkle"};
 
 constexpr double kQuarterTurn = 1.5707963267948966;
+constexpr double kSnapNoise = 1e-3; // radians that joints may miss a quarter turn by
 constexpr const char* kSourceColour = "r=0.3 g=0.8 b=0.3";
 constexpr const char* kTargetColour = "r=0.6 g=1.0 b=0.6";
 
@@ -89,7 +90,11 @@ void Retargeting::ComputeRetargetOffset() const
 {
     const bool isExact = IsSpine(target);
     double angles[3];
-    BlockToEuler(RelativeTransform(read, target, source), 4, angles);
+    Sinew::Matrix4d offset = RelativeTransform(read, target, source);
+    if (!isExact) // else noise about a quarter turn would choose two of its angles, and where they snap to
+        for (double& element : offset.m)
+            element = std::fabs(element) < kSnapNoise ? 0 : element;
+    BlockToEuler(offset, 4, angles);
     if (target.channel("ikotOffset.X") < 0)
         return;
     if (!isExact)

@@ -5,6 +5,8 @@
 #include "host/CZxEvaluation.h"
 #include "host/CZxLocator.h"
 
+#include <glue/EulerAngles.h>
+
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -78,19 +80,8 @@ CZxUser_Item FindLinkedGoal(const CZxUser_ChannelGraph& chanLinks, const CZxUser
 
 bool MatrixToEuler(const double (&m)[3][3], uint32_t order, double* out)
 {
-    constexpr bool kIsOdd[6] = {false, true, true, false, false, true};
-    constexpr double kSmall = 3.552713678800501e-15; // sixteen times the machine epsilon
-    const uint32_t row = order < 6 ? order : 0;
-    const auto& [i, j, k] = kEulerAxes[row];
-    const double c = std::sqrt(m[i][i] * m[i][i] + m[j][i] * m[j][i]);
-    const bool isRegular = c > kSmall;
-    const double a = isRegular ? std::atan2(m[k][j], m[k][k]) : std::atan2(-m[j][k], m[j][j]);
-    const double b = std::atan2(-m[k][i], c);
-    const double g = isRegular ? std::atan2(m[j][i], m[i][i]) : 0;
-    const double sign = kIsOdd[row] ? -1 : 1;
-    out[i] = sign * a;
-    out[j] = sign * b;
-    out[k] = sign * g;
+    const auto& [i, j, k] = kEulerAxes[order < 6 ? order : 0];
+    eulerAngles(m, static_cast<int>(i), static_cast<int>(j), static_cast<int>(k), out);
     return true;
 }
 

@@ -24,8 +24,8 @@ CZxUser_Item FindLinkedGoal(const CZxUser_ChannelGraph& chanLinks, const CZxUser
 inline constexpr uint32_t kEulerAxes[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2},
                                               {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
 /// Angles in radians about x, y and z of a rotation `m[row][column]` in a rotation order, 0 to 5 for xyz,
-/// xzy, yxz, yzx, zxy, zyx; the axis named first turns first. Always succeeds; at a quarter turn of the
-/// middle axis the third angle is 0.
+/// xzy, yxz, yzx, zxy, zyx; the axis named first turns first. The matrix is made orthonormal first. Always
+/// succeeds; at a quarter turn of the middle axis the third angle is 0.
 bool MatrixToEuler(const double (&m)[3][3], uint32_t order, double* out);
 
 /// World rotation and position of an item as `read` shows them.

@@ -2,16 +2,14 @@
 // Rotation orders, composing and taking apart the host's transforms.
 #include "refhost/Transforms.h"
 
+#include <glue/EulerAngles.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 
 namespace refhost {
 namespace {
-
-// Below this the middle axis counts as standing at a quarter turn: sixteen times the machine epsilon.
-constexpr double kGimbalLimit = 16 * std::numeric_limits<double>::epsilon();
 
 // Adding 0 turns a negative zero into a positive one and leaves every other number alone.
 double plainZero(double x) { return x + 0.0; }
@@ -210,21 +208,10 @@ Matrix33 matrixFromEuler(const Vector3& radians, int orderIndex)
 Vector3 eulerFromMatrix(const Matrix33& m, int orderIndex)
 {
     const RotationOrder& order = rotationOrder(orderIndex);
-    const int i = order.first, j = order.second, k = order.third;
-    const double c = std::sqrt(m[i][i] * m[i][i] + m[j][i] * m[j][i]);
-    double a, b = std::atan2(-m[k][i], c), g;
-    if (c > kGimbalLimit) {
-        a = std::atan2(m[k][j], m[k][k]);
-        g = std::atan2(m[j][i], m[i][i]);
-    } else {
-        a = std::atan2(-m[j][k], m[j][j]);
-        g = 0;
-    }
-    const double sign = order.odd ? -1 : 1;
-    Vector3 out;
-    out[static_cast<std::size_t>(i)] = plainZero(sign * a);
-    out[static_cast<std::size_t>(j)] = plainZero(sign * b);
-    out[static_cast<std::size_t>(k)] = plainZero(sign * g);
+    Vector3 out{};
+    eulerAngles(m.m, order.first, order.second, order.third, out.data());
+    for (double& angle : out)
+        angle = plainZero(angle);
     return out;
 }
 

@@ -79,6 +79,33 @@ TEST(TransformTests, AtAQuarterTurnTheThirdAngleIsZeroAndTheRotationTheSame)
     }
 }
 
+TEST(TransformTests, AnyRotationComesBackThroughAngles)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> one(-1, 1);
+    const auto almost = [&](const Matrix33& m, double noise, const Vector3& scale) {
+        Matrix33 out = m;
+        for (int r = 0; r < 3; ++r) {
+            for (int c = 0; c < 3; ++c)
+                out[r][c] = (m[r][c] + noise * one(random)) * scale[static_cast<std::size_t>(c)];
+        }
+        return out;
+    };
+    // Quarter turns about every axis, then turns by chance, each as a computation or a file would give it.
+    for (int n = 0; n < 128; ++n) {
+        Vector3 angles{kQuarter * (n & 3), kQuarter * (n >> 2 & 3), kQuarter * (n >> 4 & 3)};
+        for (double& angle : angles)
+            angle = n < 64 ? angle : 4 * one(random);
+        for (const double noise : {0.0, 1e-16, 1e-15, 3e-15, 1e-14, 1e-12, 1e-10, 1e-7, 1e-5, 1e-3}) {
+            for (int order = 0; order < kRotationOrderCount; ++order) {
+                const Matrix33 wanted = matrixFromEuler(angles, (order + n) % kRotationOrderCount);
+                const Matrix33 given = almost(wanted, noise, n % 3 ? Vector3{1, 1, 1} : Vector3{2, 0.1, 7});
+                expectNear(matrixFromEuler(eulerFromMatrix(given, order), order), wanted, 8 * noise + 1e-12);
+            }
+        }
+    }
+}
+
 TEST(TransformTests, NumbersAtRestPassThroughBitForBit)
 {
     const LocalParts root{.position = {1.25, -0.0, 0.1}};

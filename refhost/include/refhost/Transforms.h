@@ -43,11 +43,10 @@ bool isFinite(const Matrix34& a);
 /// first.
 struct RotationOrder {
     int first, second, third;
-    bool odd; ///< an odd permutation of x, y, z
 };
 inline constexpr int kRotationOrderCount = 6;
 inline constexpr RotationOrder kRotationOrders[kRotationOrderCount] = {
-    {0, 1, 2, false}, {0, 2, 1, true}, {1, 0, 2, true}, {1, 2, 0, false}, {2, 0, 1, false}, {2, 1, 0, true},
+    {0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0},
 };
 /// Text of a rotation order, `xyz` for 0; the first letter is the axis that turns first.
 inline constexpr const char* kRotationOrderNames[kRotationOrderCount] = {"xyz", "xzy", "yxz",
@@ -57,8 +56,8 @@ const RotationOrder& rotationOrder(int index);
 
 /// Rotation of angles in radians about x, y and z, turned in the given order.
 Matrix33 matrixFromEuler(const Vector3& radians, int orderIndex);
-/// The inverse of `matrixFromEuler` for a rotation without scale; where the middle axis stands at a quarter
-/// turn the third angle is 0.
+/// The inverse of `matrixFromEuler`. The matrix is made orthonormal first, so that scale and rounding don't
+/// count; where the middle axis stands at a quarter turn the third angle is 0.
 Vector3 eulerFromMatrix(const Matrix33& rotation, int orderIndex);
 
 /// Unit quaternion x, y, z, w of a rotation; either of the two that stand for it.
