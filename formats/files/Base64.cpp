@@ -26,6 +26,8 @@ std::uint32_t byteAt(std::string_view bytes, std::size_t i)
 
 } // namespace
 
+int base64Value(char letter) { return kValues[static_cast<unsigned char>(letter)]; }
+
 std::string base64Text(std::string_view bytes)
 {
     std::string out;
@@ -52,7 +54,7 @@ std::optional<std::string> base64Bytes(std::string_view text)
     for (std::size_t i = 0; i < text.size(); i += 4) {
         std::uint32_t group = 0;
         for (std::size_t k = i; k < i + 4; ++k) {
-            const int value = k >= text.size() - pad ? 0 : kValues[static_cast<unsigned char>(text[k])];
+            const int value = k >= text.size() - pad ? 0 : base64Value(text[k]);
             if (value < 0)
                 return std::nullopt;
             group = group << 6 | static_cast<std::uint32_t>(value);

@@ -38,9 +38,9 @@ struct UriPath {
 };
 UriPath pathOfUri(std::string_view uri);
 
-/// The bytes of a data URI, or nothing when it is none in base64.
-std::optional<std::string> bytesOfDataUri(std::string_view uri);
-
 bool isDataUri(std::string_view uri);
+
+/// With codes such as %20 resolved; what is none stays as it is.
+std::string withoutPercentCodes(std::string_view uri);
 
 } // namespace formats

@@ -12,5 +12,7 @@ namespace formats {
 std::string base64Text(std::string_view bytes);
 /// Nothing when the text is not exactly what base64Text writes for some bytes.
 std::optional<std::string> base64Bytes(std::string_view text);
+/// What a letter of it stands for, 0 to 63; -1 for other characters.
+int base64Value(char letter);
 
 } // namespace formats
