@@ -95,26 +95,10 @@ void IKSolver::requestMeasure() { m_State->requestMeasure(); }
 void IKSolver::reset() { m_State->reset(); }
 bool IKSolver::prepare() { return m_State->prepare(); }
 void IKSolver::dumpConfiguration(const char* path) { m_State->dumpConfiguration(path); }
-bool IKSolver::solveAdaptive(std::uint32_t steps, int& status)
-{
-    return m_State->solveAdaptive(steps, status);
-}
 bool IKSolver::solveAdaptive(std::uint32_t steps, int* status)
 {
     int unasked = 0;
     return m_State->solveAdaptive(steps, status ? *status : unasked);
-}
-bool IKSolver::solveAdaptive(std::uint32_t steps, std::uint32_t& status)
-{
-    int found = 0;
-    const bool result = m_State->solveAdaptive(steps, found);
-    status = static_cast<std::uint32_t>(found);
-    return result;
-}
-bool IKSolver::solveAdaptive(std::uint32_t steps, std::uint32_t* status)
-{
-    std::uint32_t unasked = 0;
-    return solveAdaptive(steps, status ? *status : unasked);
 }
 bool IKSolver::solve(std::uint32_t steps) { return m_State->solve(steps); }
 std::uint32_t IKSolver::taskCount() const { return m_State->m_Tasks.count(); }

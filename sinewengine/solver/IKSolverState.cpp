@@ -244,10 +244,6 @@ void IKSolverState::noteTreeChanged()
 {
     m_OrderDirty = true;
     m_Jacobian.keepToPattern();
-    // The forward passes of the iteration leave mass centres out; a bone that leaves the root's tree now
-    // would keep an old one for good.
-    for (std::uint32_t i = 0; m_ArraysAllocated && i < m_SegmentCount; ++i)
-        m_Bones[i].placeMassCentre();
 }
 
 void IKSolverState::ensureFrames()
@@ -274,18 +270,22 @@ void IKSolverState::refreshFrames(bool useTarget)
         m_RootBone->updateGlobal(m_FigureFrame, useTarget);
         return;
     }
-    // Without a balance task nothing asks for mass centres before the next `updateFigure`.
-    const bool massCentres = useTarget || m_BalanceTask;
     m_RootBone->place({m_FigureFrame.rotation, m_FigureFrame.position}, useTarget);
-    if (massCentres)
-        m_RootBone->placeMassCentre();
     for (Segment **bone = m_Order.data() + 1, **end = m_Order.data() + m_RootTreeCount; bone < end; ++bone) {
         const Segment* parent = (*bone)->getParent();
         (*bone)->place(parent->world(), useTarget);
         parent->passChainLength(*bone);
-        if (massCentres)
-            (*bone)->placeMassCentre();
     }
+    if (useTarget || m_BalanceTask)
+        placeMassCentres();
+}
+
+/// The rest of a forward pass. Without a balance task nothing reads mass centres while `solve` iterates, so
+/// that only its last pass needs them: a bone that leaves the tree later keeps what that one gave.
+void IKSolverState::placeMassCentres()
+{
+    for (std::uint32_t i = 0; i < m_RootTreeCount; ++i)
+        m_Order[i]->placeMassCentre();
 }
 
 bool IKSolverState::prepare()
@@ -312,14 +312,13 @@ bool IKSolverState::prepare()
     if (m_TaskCount == 0 && !m_BalanceTask && m_ArraysAllocated) {
         m_Rows = 0;
         m_MaxJointStep = 0.0f;
+        // Without rows there is nothing to solve, but the bones still pull, each through its own columns.
+        fitArrays(m_RowCapacity, columns);
+        bindBones();
         return false;
     }
     layOutRows();
-    if (m_Rows != m_RowCapacity || columns != m_ColumnCapacity) {
-        m_RowCapacity = m_Rows;
-        m_Columns = m_ColumnCapacity = columns;
-        allocateArrays();
-    }
+    fitArrays(m_Rows, columns);
     if (m_MeasureDirty) {
         measureFigure();
         updateScaleConstants();
@@ -337,6 +336,15 @@ bool IKSolverState::prepare()
     m_PatternDirty = 1;
     m_SetupDirty = m_LayoutDirty = false;
     return true;
+}
+
+void IKSolverState::fitArrays(std::uint32_t rows, std::uint32_t columns)
+{
+    if (rows == m_RowCapacity && columns == m_ColumnCapacity)
+        return;
+    m_RowCapacity = rows;
+    m_Columns = m_ColumnCapacity = columns;
+    allocateArrays();
 }
 
 /// Task rows in order, then the balance task's centre-of-mass rows, then its moment rows; at least one row.

@@ -109,6 +109,8 @@ private:
     void refreshOrder();
     void ensureFrames();
     void refreshFrames(bool useTarget);
+    void placeMassCentres();
+    void fitArrays(std::uint32_t rows, std::uint32_t columns);
     void layOutRows();
     void bindTasks();
     void bindBones();

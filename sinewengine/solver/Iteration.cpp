@@ -77,7 +77,10 @@ bool IKSolverState::solve(std::uint32_t steps)
         ++m_Sweeps;
         if (hasDiverged(errorSoFar))
             converges = false; // reported, never acted on
-        if (m_Iteration != 0 && m_Tolerance > m_MaxJointStep) {
+        const bool stops = m_Iteration != 0 && m_Tolerance > m_MaxJointStep;
+        if (!m_BalanceTask && (stops || m_Iteration + 1 == steps))
+            placeMassCentres();
+        if (stops) {
             m_RootBone->integrate(); // the other bones don't receive this last step
             m_FramesCurrent = false;
             break;

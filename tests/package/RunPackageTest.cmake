@@ -9,6 +9,16 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
+# find_package takes any version with the same major and minor number, and so must the loader.
+set(PACKAGE_FIND_VERSION 0)
+file(GLOB_RECURSE versions ${WORK_DIR}/prefix/*/sinew-config-version.cmake)
+include(${versions})
+string(REGEX MATCH "^[0-9]+\\.[0-9]+" interface ${PACKAGE_VERSION})
+file(GLOB_RECURSE libraries RELATIVE ${WORK_DIR}/prefix ${WORK_DIR}/prefix/*/libsinew_engine.so.*)
+if(NOT "${libraries}" MATCHES "libsinew_engine\\.so\\.${interface}(;|$)")
+    message(FATAL_ERROR "no library of the interface ${interface} among: ${libraries}")
+endif()
+
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -G ${GENERATOR} -D CMAKE_CXX_COMPILER=${COMPILER}
     -D CMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)

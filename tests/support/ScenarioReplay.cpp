@@ -392,7 +392,7 @@ private:
             m_Result = m_Solver.solve(o[1].get<std::uint32_t>());
         } else if (name == "solveAdaptive") {
             int status = -1;
-            m_Result = m_Solver.solveAdaptive(o[1].get<std::uint32_t>(), status);
+            m_Result = m_Solver.solveAdaptive(o[1].get<std::uint32_t>(), &status);
             m_Status = status;
         } else if (name == "updateFigure") {
             m_Solver.updateFigure();

@@ -57,7 +57,9 @@ public:
     void setSetupDirty(bool dirty);
     /// Address of the zero-moment point, to read; writing there doesn't move the figure, `setZmp` does.
     SinewVector* zmpPointer();
-    /// The figure's centre of mass as of the end of the last solve.
+    /// The figure's centre of mass as of the end of the last solve. Only an active balance task has it
+    /// computed: without one this is the root's translation, plus the offset that the last solve with such a
+    /// task left (none at first).
     SinewVector* centreOfMass();
     /// True from the forward pass that adding a task makes until the next step of a solve or move of the
     /// zero-moment point. `updateFigure` and setters of bones don't change it.
@@ -172,13 +174,10 @@ public:
     /// Writes the whole set-up as text to a file, which is replaced, for a person to read. A path that is
     /// null or can't be opened is ignored.
     void dumpConfiguration(const char* path);
-    /// Searches the largest P coefficient that doesn't diverge, each time from rest. `status` becomes 0
-    /// (result false: the given one works), 1 (result true: a smaller one was found and set) or 2 (result
-    /// false: none was found).
-    bool solveAdaptive(std::uint32_t steps, int& status);
-    bool solveAdaptive(std::uint32_t steps, int* status); ///< the same
-    bool solveAdaptive(std::uint32_t steps, std::uint32_t& status); ///< the same
-    bool solveAdaptive(std::uint32_t steps, std::uint32_t* status); ///< the same
+    /// Searches the largest P coefficient that doesn't diverge, each time from rest. `status`, which may be
+    /// null, becomes 0 (result false: the given one works), 1 (result true: a smaller one was found and set)
+    /// or 2 (result false: none was found).
+    bool solveAdaptive(std::uint32_t steps, int* status);
     /// Iterates up to `steps` times from the current pose, fewer when the tolerance is met. False when the
     /// iteration diverged; the pose is then whatever the last iteration gave. True doesn't say that goals
     /// were reached: measure that. With 0 steps only tracked targets and `centreOfMass` are renewed.

@@ -90,7 +90,7 @@ TEST(Guards, ASolverWithoutBonesAnswersEverything)
     solver.reset();
     solver.requestMeasure();
     int status = -1;
-    EXPECT_FALSE(solver.solveAdaptive(5, status));
+    EXPECT_FALSE(solver.solveAdaptive(5, &status));
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(solver.solve(1));
 }

@@ -88,7 +88,6 @@ private:
     // clang-format off
     void operateOnSolver(IKSolver& s)
     {
-        int status;
         switch (index(26)) {
         case 0: return s.setTolerance(number());
         case 1: return s.measureFigure();
@@ -111,7 +110,7 @@ private:
         case 18: return s.requestMeasure();
         case 19: return s.reset();
         case 20: return void(s.prepare());
-        case 21: return void(s.solveAdaptive(index(3), status));
+        case 21: return void(s.solveAdaptive(index(3), nullptr));
         case 22: return s.setTotalBoneLength(number());
         case 23:
             if (s.balanceTask() && coin())

@@ -89,6 +89,37 @@ TEST(Solve, WithNoStepsOnlyRenewsTheCentreOfMass)
     EXPECT_LT(length(Vec3(*figure->centreOfMass()) - Vec3(5, 6, 7)), 1e-6); // no balance task: no offset
 }
 
+TEST(Solve, WithoutTasksPullsEveryBoneThroughFreedomsThatCameLater)
+{
+    const auto solved = [](bool later) {
+        const TestFigure figure = TestFigure::arm(5);
+        figure->setTolerance(0);
+        if (later) {
+            figure["b0"].setActiveDof(false, false, false, true);
+            figure->solve(1); // lays out the columns
+        }
+        figure["b0"].setActiveDof(true, true, true, true);
+        figure["b2"].setActiveDof(false, true, false, true);
+        figure["b4"].setFreeTranslation(true, true);
+        figure["b1"].setHoldOrientation(true);
+        setOrientation(figure["b1"], aboutAxis(0, 30));
+        for (const char* name : {"b0", "b2", "b3", "b4"}) {
+            const SinewQuaternion q = aboutAxis(1, 40);
+            figure[name].setRetargeting(true, false);
+            figure[name].setTargetOrientation(q.x(), q.y(), q.z(), q.w());
+        }
+        figure["b4"].setTranslation(1, 2, 3);
+        figure["b4"].enableStretchLimits(true);
+        figure["b4"].setStretchGain(100);
+        figure->solve(300);
+        EXPECT_LT(angleDegrees(figure["b4"].getOrientation(), aboutAxis(1, 40)), 0.1);
+        EXPECT_LT(length(Vec3(figure["b4"].getTranslation()) - Vec3(figure["b4"].getRestTranslation())), 0.1);
+        EXPECT_LT(angleDegrees(figure["b1"].getOrientation(), SinewQuaternion()), 0.1);
+        return figure.pose();
+    };
+    EXPECT_EQ(solved(true), solved(false));
+}
+
 TEST(Solve, GoesOnWhereItStoppedUntilASettingRestartsTheDuals)
 {
     const auto run = [](std::initializer_list<std::uint32_t> parts, bool restart) {
@@ -151,7 +182,7 @@ TEST(Solve, ReportsDivergenceAndFindsACoefficientThatHolds)
     IKPositionTask* goal = figure->addPositionTask("b6");
     goal->setTarget(2, 3, 1);
     int status = -1;
-    EXPECT_FALSE(figure->solveAdaptive(300, status));
+    EXPECT_FALSE(figure->solveAdaptive(300, &status));
     EXPECT_EQ(status, 0); // nothing to change
     EXPECT_EQ(figure->pCoefficient(), 1.0f);
 
@@ -160,7 +191,7 @@ TEST(Solve, ReportsDivergenceAndFindsACoefficientThatHolds)
     EXPECT_FALSE(figure->solve(300));
     EXPECT_TRUE(figure.isFinite());
     figure->reset();
-    EXPECT_TRUE(figure->solveAdaptive(300, status));
+    EXPECT_TRUE(figure->solveAdaptive(300, &status));
     EXPECT_EQ(status, 1);
     EXPECT_LT(figure->pCoefficient(), 50.0f);
     EXPECT_GT(figure->pCoefficient(), 1.0f);
@@ -169,7 +200,7 @@ TEST(Solve, ReportsDivergenceAndFindsACoefficientThatHolds)
     TestFigure point; // without any length every dual counts as diverged
     point.chain("p", "", 3, 0, 0, 0).build();
     point->addPositionTask("p2")->setTarget(1, 0, 0);
-    EXPECT_FALSE(point->solveAdaptive(5, status));
+    EXPECT_FALSE(point->solveAdaptive(5, &status));
     EXPECT_EQ(status, 2);
 }
 

@@ -154,6 +154,21 @@ TEST(BalanceTask, ReachesItsTargetWithTheFigureShiftedToTheZmp)
     EXPECT_LT(length(shown + Vec3(3, -2, 1) - figure.point("left2")), 1e-5);
 }
 
+TEST(BalanceTask, BonesOutsideTheTreeKeepTheMassCentreOfTheirLastPass)
+{
+    TestFigure figure;
+    figure.chain("stray", "nowhere", 2, 0.5f, 0, 0).add("other", "nowhere", 0, 0, 0);
+    figure.chain("b", "", 4, 0, 1, 0).build();
+    figure->solve(3);
+    figure["b3"].setParent(&figure["b1"]); // any new link
+    figure["b2"].setMassCentre(5, 5, 5); // too late for the last pass
+    figure["b2"].setParent(&figure["other"]);
+    figure->addBalanceTask(1, false, true);
+    figure->solve(1);
+    EXPECT_EQ(length(figure["stray0"].getSubtreeCentreOffset()), 0.0f); // no pass ever came by
+    EXPECT_LT(length(Vec3(figure["b2"].getSubtreeCentreOffset()) - Vec3(0, 0.5, 0)), 1e-6);
+}
+
 TEST(BalanceTask, IsActiveOnlyWithRows)
 {
     const TestFigure figure = balancer();
