@@ -103,16 +103,22 @@ void CMarionetNode::allocate(const CZxUser_Item& solver, const CZxUser_Evaluatio
         m_Descriptors[i].parent_name =
             m_Bones[i].parentName.empty() ? nullptr : m_Bones[i].parentName.c_str();
     }
+    for (TaskRecord& task : m_Tasks)
+        task.name = task.item.uniqueName();
+    makeSolver();
+    orderTree();
+}
+
+void CMarionetNode::makeSolver()
+{
     m_Solver = std::make_unique<Sinew::IKSolver>();
     m_Solver->setBones(m_Descriptors.data(), static_cast<uint32_t>(m_Descriptors.size()));
     for (TaskRecord& task : m_Tasks) {
-        const std::string name = task.item.uniqueName();
         if (task.hasPosition)
-            task.position = m_Solver->addPositionTask(name.c_str(), 0);
+            task.position = m_Solver->addPositionTask(task.name.c_str(), 0);
         if (task.hasOrientation)
-            task.orientation = m_Solver->addOrientationTask(name.c_str(), 0);
+            task.orientation = m_Solver->addOrientationTask(task.name.c_str(), 0);
     }
-    orderTree();
 }
 
 void CMarionetNode::visit(const CZxUser_ItemGraph& ikRefs, const CZxUser_ChannelRead& rest,

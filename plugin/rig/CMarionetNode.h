@@ -46,9 +46,11 @@ private:
     void addBone(const CZxUser_ItemGraph& ikRefs, const CZxUser_ChannelRead& rest, const CZxUser_Item& item);
     void addBoneChannels(BoneRecord& bone);
     void addTask(const CZxUser_Item& item);
+    void makeSolver();
     void orderTree();
 
     // One evaluation
+    void startAnew();
     ParentFrame readParentFrame() const;
     void setBones();
     void setBonePose(BoneRecord& bone, Sinew::IKSegment& segment, bool anyRetargeting) const;
@@ -71,4 +73,5 @@ private:
     std::vector<uint32_t> m_TreeOrder; // bones that hang on the root, each behind its parent
     int32_t m_ParentPosition = -1, m_ParentRotation = -1, m_ParentScale = -1;
     SolverChannels m_Settings{};
+    bool m_IsSpoilt = false; // by numbers in the last evaluation that were not finite
 };

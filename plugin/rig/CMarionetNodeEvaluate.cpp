@@ -53,6 +53,8 @@ Matrix4d OffsetRotation(const double* radians)
 
 zxresult CMarionetNode::evaluate()
 {
+    if (m_IsSpoilt)
+        startAnew();
     const ParentFrame parent = readParentFrame();
     setBones();
     setTasks(parent);
@@ -65,6 +67,17 @@ zxresult CMarionetNode::evaluate()
     blendPoses(blend);
     writePose();
     return kZxOk;
+}
+
+/// After numbers that were not finite: a pose that is no number and a bone that is infinitely long would stay
+/// so whatever comes next. The new solver goes on as the old one would from rest, with its last tolerance.
+void CMarionetNode::startAnew()
+{
+    const float tolerance = m_Solver->tolerance();
+    makeSolver();
+    m_Solver->setTolerance(tolerance);
+    // The frames of the bones count as old by this, as after every solve but the first; nothing else changes.
+    m_Solver->setUseDefaultZmp(true);
 }
 
 CMarionetNode::ParentFrame CMarionetNode::readParentFrame() const
@@ -264,6 +277,7 @@ void CMarionetNode::solve()
     noteFigure("iterations", m_Solver->iterations());
     noteFigure("converged", converged ? 1 : 0);
     m_Solver->updateFigure();
+    m_IsSpoilt = !m_Solver->isFinite();
 }
 
 void CMarionetNode::composeAnimatedPose(const ParentFrame& parent)

@@ -4,6 +4,8 @@
 
 #include "host/CZxItem.h"
 
+#include <string>
+
 namespace Sinew {
 class IKPositionTask;
 class IKOrientationTask;
@@ -12,6 +14,7 @@ class IKOrientationTask;
 /// Indices are those of the node's evaluation; only those of the flagged kinds are filled.
 struct TaskRecord {
     CZxUser_Item item;
+    std::string name; ///< of the bone
     bool hasPosition = false, hasOrientation = false;
     Sinew::IKPositionTask* position = nullptr; ///< null also when the solver doesn't know the bone
     Sinew::IKOrientationTask* orientation = nullptr;

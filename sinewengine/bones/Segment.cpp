@@ -419,6 +419,16 @@ void Segment::stretchBy(SinewVector step)
     }
 }
 
+bool Segment::isFinite() const
+{
+    // A number that is not finite, taken from itself, is no zero.
+    Lanes sum = splat((m_Length + m_Extension) - (m_Length + m_Extension));
+    for (const Lanes v : {m_Orientation.lanes, m_LimitTarget.lanes, m_Translation.lanes, m_BoneVector.lanes,
+                          m_World.position.lanes})
+        sum += v - v;
+    return sumLanes(sum) == 0.0f;
+}
+
 void Segment::setSubtreeMass(float mass, float total)
 {
     m_SubtreeMass = mass;

@@ -130,6 +130,8 @@ public:
     void setBoneVector(SinewVector v);
     const KeyString& name() const { return m_Name; }
     float chainLength() const { return m_ChainLength; }
+    /// Whether all that one solve hands to the next is.
+    bool isFinite() const;
     SinewVector& translation() { return m_Translation; }
 
     /// Forward kinematics of this bone alone.

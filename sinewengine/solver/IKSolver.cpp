@@ -127,6 +127,7 @@ IKSegment* IKSolver::bone(std::uint32_t index) const
 }
 IKSegment* IKSolver::findBone(const char* name) const { return m_State->findBone(name); }
 std::uint32_t IKSolver::iterations() const { return m_State->sweeps(); }
+bool IKSolver::isFinite() const { return m_State->isFinite(); }
 void IKSolver::setBones(const BoneDescriptor* descriptors, std::uint32_t count)
 {
     m_State->setBones(descriptors, count);

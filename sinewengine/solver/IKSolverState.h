@@ -40,6 +40,7 @@ public:
     // The iteration (Iteration.cpp).
     bool solve(std::uint32_t steps);
     bool solveAdaptive(std::uint32_t steps, int& status);
+    bool isFinite() const;
 
     // Lengths, masses, root, gains, zero-moment point (FigureMeasures.cpp).
     void measureFigure();
@@ -133,6 +134,7 @@ private:
     void readyTasks(bool fast, bool anyRetargeted, bool balance);
     void evaluateRows(bool balance);
     void step();
+    bool areDualsFinite() const;
     bool hasDiverged(float& errorSoFar) const;
     void advanceBones();
     void pullAfterStep(Segment& bone);

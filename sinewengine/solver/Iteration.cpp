@@ -49,7 +49,7 @@ float largestMagnitude(const float* v, std::uint32_t count)
 bool IKSolverState::solve(std::uint32_t steps)
 {
     // Duals that a non-finite target has spoilt never recover by themselves: start them anew.
-    if (m_ArraysAllocated && !(isFinite(m_PrimaryDual, m_Rows) && isFinite(m_SecondaryDual, m_Rows)))
+    if (m_ArraysAllocated && !areDualsFinite())
         m_SetupDirty = true;
     if (m_SetupDirty || m_LayoutDirty)
         prepare();
@@ -218,6 +218,21 @@ void IKSolverState::step()
     }
 }
 
+bool IKSolverState::areDualsFinite() const
+{
+    return Sinew::isFinite(m_PrimaryDual, m_Rows) && Sinew::isFinite(m_SecondaryDual, m_Rows);
+}
+
+bool IKSolverState::isFinite() const
+{
+    if (m_ArraysAllocated && !(areDualsFinite() && Sinew::isFinite(m_JointStep, m_Columns)))
+        return false;
+    for (std::uint32_t i = 0; i < m_SegmentCount; ++i)
+        if (!m_Bones[i].isFinite())
+            return false;
+    return true;
+}
+
 /// The duals against the largest error seen, which counts only the last block of rows and starts at 1: in
 /// length units, so the test is not free of scale.
 bool IKSolverState::hasDiverged(float& errorSoFar) const
@@ -230,8 +245,7 @@ bool IKSolverState::hasDiverged(float& errorSoFar) const
     const float error = maxLane(laneAbs(loadLanes(m_TaskError + ((m_Rows - 1) & ~3u))));
     if (error > errorSoFar)
         errorSoFar = error;
-    return dual / errorSoFar > 4.0f * m_FigureLength || !isFinite(m_PrimaryDual, m_Rows)
-        || !isFinite(m_SecondaryDual, m_Rows);
+    return dual / errorSoFar > 4.0f * m_FigureLength || !areDualsFinite();
 }
 
 void IKSolverState::pullAfterStep(Segment& bone)

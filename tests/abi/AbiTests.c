@@ -424,15 +424,13 @@ static void buildArm(ZxObject* module)
     }
 }
 
-/** Makes the one node that a modifier wants, runs it once and lets it go. */
-static void runModifier(ZxObject* module, const char* name, int expectedItem, uint32_t writtenChannels)
+/** Makes the one node that a modifier wants. */
+static ZxObject* makeNode(ZxObject* module, const char* name, int expectedItem, ZxObject* evaluation)
 {
     ZxObject* modifier = makeServer(module, factNamed(name));
     const ZxEvalModifierTable* ops = (const ZxEvalModifierTable*)modifier->table;
-    ZxObject *item = NULL, *none = modifier, *node = NULL, *evaluation = armNewEvaluation();
+    ZxObject *item = NULL, *none = modifier, *node = NULL;
     uint32_t attribute = 7;
-    double figure = -1;
-    long held;
     checkSubject(name);
     CHECK_RESULT(ops->reset(modifier, armScene()), 0);
     CHECK_RESULT(ops->next(modifier, &item, &attribute), 0);
@@ -445,10 +443,20 @@ static void runModifier(ZxObject* module, const char* name, int expectedItem, ui
         release(item);
     }
     release(modifier); /* nodes outlive the modifier that made them */
-    if (!CHECK(node != NULL))
+    CHECK(node != NULL);
+    armBeginEvaluate(evaluation);
+    return node;
+}
+
+/** Makes the node of a modifier, runs it once and lets it go. */
+static void runModifier(ZxObject* module, const char* name, int expectedItem, uint32_t writtenChannels)
+{
+    ZxObject *evaluation = armNewEvaluation(), *node = makeNode(module, name, expectedItem, evaluation);
+    double figure = -1;
+    long held;
+    if (!node)
         return;
     CHECK(armWrittenChannels(evaluation) == writtenChannels);
-    armBeginEvaluate(evaluation);
     held = countedReferences();
     CHECK_RESULT(CALL(ZxModifierTable, node, evaluate)(node), 0);
     CHECK(countedReferences() == held); /* no matrix is kept beyond the evaluation */
@@ -503,6 +511,98 @@ static void oneEvaluationTakesTheTipToItsGoal(ZxObject* module)
     chainHangsTogether();
 }
 
+enum { kPoseNumbers = 12 * kJointCount };
+typedef struct ArmPose {
+    double numbers[kPoseNumbers];
+} ArmPose;
+
+/** Runs the node and reads what it wrote. */
+static ArmPose poseOf(ZxObject* node)
+{
+    ArmPose pose;
+    int joint;
+    CALL(ZxModifierTable, node, evaluate)(node);
+    for (joint = 0; joint < kJointCount; ++joint) {
+        memcpy(pose.numbers + 12 * joint, arm3x3(joint, "wrotMatrix"), 9 * sizeof(double));
+        memcpy(pose.numbers + 12 * joint + 9, armOffset(joint, "wposMatrix"), 3 * sizeof(double));
+    }
+    return pose;
+}
+
+static double poseDifference(const ArmPose* a, ArmPose b)
+{
+    double largest = 0;
+    int i;
+    for (i = 0; i < kPoseNumbers; ++i) {
+        const double d = fabs(a->numbers[i] - b.numbers[i]);
+        largest = isnan(d) ? INFINITY : fmax(largest, d);
+    }
+    return largest;
+}
+
+/** Numbers that are none, in every kind of input: the evaluation after them is as if they had never been. A
+ * warm rig may carry on from another pose than that of rest. */
+static void aRigGetsOverBadNumbers(ZxObject* module, int warm)
+{
+    const struct {
+        const char* what;
+        double* at;
+    } kInputs[] = {
+        {"goal", armOffset(kHand, "ikptMatrix") + 1},
+        {"goal offset", armNumber(kHand, "ikptOffset.X")},
+        {"goal scale", armNumber(kHand, "ikptScale")},
+        {"weight of a task", armNumber(kHand, "ikptWeight")},
+        {"precision of a task", armNumber(kHand, "ikptPrecision")},
+        {"local position", armOffset(kElbow, "localMatrix")},
+        {"local rotation", arm3x3(kWrist, "localMatrix") + 4},
+        {"local position of the root", armOffset(kShoulder, "localMatrix") + 2},
+        {"weight of a turn", armNumber(kElbow, "ikAxisXRotWeight")},
+        {"weight of a slide", armNumber(kElbow, "ikAxisYPosWeight")},
+        {"limit", armNumber(kWrist, "ikAxisZMax")},
+        {"slide limit", armNumber(kElbow, "ikAxisYMaxTrans")},
+        {"bound of a turn", armNumber(kShoulder, "ikjMaxVelocity")},
+        {"offset of a target", armNumber(kWrist, "ikjTargetOffsetX.Y")},
+        {"position of the parent", armOffset(kBase, "wposMatrix")},
+        {"rotation of the parent", arm3x3(kBase, "wrotMatrix") + 3},
+        {"scale of the parent", arm3x3(kBase, "wsclMatrix")},
+        {"precision", armNumber(kSolver, "iksPrecision")},
+        {"pull", armNumber(kSolver, "iksTaskPull")},
+        {"tolerance", armNumber(kSolver, "iksTolerance")},
+        {"weight of the root", armNumber(kSolver, "iksTransRootWeight")},
+        {"gain of limits", armNumber(kSolver, "iksLimitsGain")},
+        {"gain of retargeting", armNumber(kSolver, "iksRetargetGain")},
+        {"scale of goals", armNumber(kSolver, "iksRetargetScale")},
+        {"blend", armNumber(kSolver, "iksIKFKBlend")},
+    };
+    const double kBad[] = {NAN, INFINITY, -INFINITY, 1e300};
+    ZxObject* node = makeNode(module, "ikfb", kSolver, armNewEvaluation());
+    ArmPose expected;
+    size_t i, k;
+    armSetNumber(kSolver, "iksTransRoot", 1);
+    armSetNumber(kElbow, "ikAxisYPosEnable", 1);
+    armSetNumber(kElbow, "ikjEnableLimits", 1);
+    armSetNumber(kElbow, "ikAxisYLimitsTrans", 1);
+    armSetNumber(kWrist, "ikjEnableLimits", 1);
+    armSetNumber(kWrist, "ikAxisZLimits", 1);
+    armSetNumber(kWrist, "ikjRetargeting", warm);
+    armSetNumber(kSolver, "iksSolveContinuous", 0);
+    poseOf(node);
+    expected = poseOf(node); /* the first one of a node differs */
+    armSetNumber(kSolver, "iksSolveContinuous", warm);
+    for (i = 0; i < sizeof kInputs / sizeof kInputs[0]; ++i) {
+        checkSubject(kInputs[i].what);
+        for (k = 0; k < sizeof kBad / sizeof kBad[0]; ++k) {
+            const double good = *kInputs[i].at;
+            *kInputs[i].at = kBad[k];
+            poseOf(node);
+            poseOf(node);
+            *kInputs[i].at = good;
+            CHECK(poseDifference(&expected, poseOf(node)) <= (warm ? 0.1 : 0.0));
+        }
+    }
+    release(node);
+}
+
 static void driveModule(ZxModuleEntry entry)
 {
     ZxObject *module = entry(), *needContext;
@@ -524,6 +624,8 @@ static void driveModule(ZxModuleEntry entry)
     checkSubject("reset");
     resetNeedsAScene(module);
     oneEvaluationTakesTheTipToItsGoal(module);
+    aRigGetsOverBadNumbers(module, 0);
+    aRigGetsOverBadNumbers(module, 1);
 
     checkSubject("unloading");
     CHECK_RESULT(CALL(ZxNeedContextTable, needContext, setContext)(needContext, NULL), 0);

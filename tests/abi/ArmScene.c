@@ -467,8 +467,8 @@ static ArmChannel* addSlot(ArmItem* item, const char* prefix, const char* suffix
 
 void armSceneInit(void)
 {
-    static const char* const kNames[kItemCount] = {"shoulder", "elbow", "wrist", "hand", "solver"};
-    static const int kParents[kItemCount] = {-1, kShoulder, kElbow, kWrist, kShoulder};
+    static const char* const kNames[kItemCount] = {"shoulder", "elbow", "wrist", "hand", "solver", "base"};
+    static const int kParents[kItemCount] = {kBase, kShoulder, kElbow, kWrist, kShoulder, -1};
     static const char* const kHostChannels[] = {"localMatrix", "wposMatrix", "wrotMatrix", "wsclMatrix"};
     size_t i, k;
     place(&context, &kContextTable.object, &kZxIdContext);
@@ -524,6 +524,7 @@ void armSetNumber(int item, const char* channel, double value)
     need(item, channel)->integer = (int32_t)value;
 }
 
+double* armNumber(int item, const char* channel) { return &need(item, channel)->number; }
 double* armOffset(int item, const char* channel) { return need(item, channel)->three; }
 double* arm3x3(int item, const char* channel) { return need(item, channel)->nine; }
 

@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: MIT
- * The smallest scene with a rig, in plain C: a chain of a root and three joints with one position task. */
+ * The smallest scene with a rig, in plain C: a chain of a root, below a base, and three joints with one
+ * position task. */
 #ifndef SINEW_TESTS_ABI_ARM_SCENE_H
 #define SINEW_TESTS_ABI_ARM_SCENE_H
 
 #include "ChannelRecorder.h"
 
-enum { kShoulder, kElbow, kWrist, kHand, kSolver, kItemCount };
+enum { kShoulder, kElbow, kWrist, kHand, kSolver, kBase, kItemCount };
 enum { kJointCount = kSolver };
 
 typedef struct ArmChannel ArmChannel;
@@ -20,7 +21,8 @@ ZxObject* armItem(int item);
 /** Gives `item` the package with the channels that the module declared. */
 void armAddPackage(int item, const char* package, const ChannelRecorder* declared);
 void armSetNumber(int item, const char* channel, double value);
-/** Offset or 3x3 part of a matrix channel. */
+/** Where the number of a channel stands, and offset or 3x3 part of a matrix channel. */
+double* armNumber(int item, const char* channel);
 double* armOffset(int item, const char* channel);
 double* arm3x3(int item, const char* channel);
 

@@ -60,7 +60,7 @@ TEST(BlendTests, ARootAtTheTopOfTheSceneHasNoParent)
     EXPECT_EQ(scene.pose({&root})[0], scene.matrix(root, "localMatrix"));
 }
 
-TEST(BlendTests, GoalsBelowAParentWithoutInverseAreTakenAsTheyStand)
+TEST(BlendTests, GoalsBelowAParentWithoutInverseGoThroughItOnceMore)
 {
     for (const Vector3& scale : {Vector3{0, 1, 1}, Vector3{0, 0, 0}, Vector3{0.02, 0.02, 0.02}}) {
         SCOPED_TRACE(scale[0] + scale[1]);

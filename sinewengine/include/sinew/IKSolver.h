@@ -223,6 +223,9 @@ public:
     /// Iterations of the last solve, the one that met the tolerance included: fewer than its steps only if
     /// the tolerance was met.
     std::uint32_t iterations() const;
+    /// Whether steps and bones are finite numbers since the last solve. Input that is not may leave the pose
+    /// where no later solve finds back: a new solver does.
+    bool isFinite() const;
 
 private:
     IKSolverState* m_State;
