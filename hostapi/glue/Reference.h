@@ -4,6 +4,7 @@
 
 #include "Result.h"
 
+#include <type_traits>
 #include <utility>
 
 /// One reference to an object, or none.
@@ -76,36 +77,59 @@ inline bool IsSameObject(const CZxObject& a, const CZxObject& b)
 template <class Table>
 class CZxLocalize : public CZxLocalizedObject {
 public:
-    /// Calls a slot; kZxFailure when the holder is empty.
+    /// Calls a slot. A holder among the arguments stands for its object. kZxFailure when the holder or one
+    /// among the arguments is empty: the other side is never handed nothing where it expects an object.
     template <auto Slot, class... A>
-    zxresult call(A... arguments) const
+    zxresult call(A&&... arguments) const
     {
-        if (!object())
+        if (!object() || (isEmpty(arguments) || ...))
             return kZxFailure;
-        return (reinterpret_cast<const Table*>(object()->table)->*Slot)(object(), arguments...);
+        return (reinterpret_cast<const Table*>(object()->table)->*Slot)(
+            object(), passed(std::forward<A>(arguments))...);
     }
     /// Calls a slot that hands out an object, and takes over its reference; empty when the call fails.
     template <auto Slot, class Wrapper, class... A>
-    Wrapper fetch(A... arguments) const
+    Wrapper fetch(A&&... arguments) const
     {
         ZxObject* found = nullptr;
         Wrapper wrapper;
-        if (succeeded(call<Slot>(arguments..., &found)))
+        if (succeeded(call<Slot>(std::forward<A>(arguments)..., &found)))
             wrapper.adopt(found);
         return wrapper;
     }
     /// As `fetch`, but throws failures other than the answer that there is nothing. Empty when the holder is.
     template <auto Slot, class Wrapper, class... A>
-    Wrapper fetchIfAny(A... arguments) const
+    Wrapper fetchIfAny(A&&... arguments) const
     {
         ZxObject* found = nullptr;
         Wrapper wrapper;
         if (!object())
             return wrapper;
-        if (const zxresult result = call<Slot>(arguments..., &found); succeeded(result))
+        if (const zxresult result = call<Slot>(std::forward<A>(arguments)..., &found); succeeded(result))
             wrapper.adopt(found);
         else if (!isAbsent(result))
             throw result;
         return wrapper;
+    }
+
+private:
+    // A holder is what derives from CZxObject; all else passes as it is.
+    template <class A>
+    static constexpr bool isHolder = std::is_base_of_v<CZxObject, std::remove_cvref_t<A>>;
+    template <class A>
+    static bool isEmpty(const A& argument)
+    {
+        if constexpr (isHolder<A>)
+            return !argument.object();
+        else
+            return false;
+    }
+    template <class A>
+    static decltype(auto) passed(A&& argument)
+    {
+        if constexpr (isHolder<A>)
+            return argument.object();
+        else
+            return std::forward<A>(argument);
     }
 };

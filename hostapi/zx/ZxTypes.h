@@ -19,8 +19,9 @@ extern "C" {
  *     const ZxItemTable* ops = (const ZxItemTable*)item->table;
  *     zxresult result = ops->parent(item, &parent);
  *
- * Every slot is filled and returns a zxresult; values come back through pointers, which are never null. On
- * failure an object pointer comes back null, and numbers are left alone unless the slot says otherwise.
+ * Every slot is filled and returns a zxresult; values come back through pointers, which are never null.
+ * Object arguments are null only where the slot says what that means. On failure an object pointer comes back
+ * null, and numbers are left alone unless the slot says otherwise.
  *
  * Phase marks: [load] while the module is being loaded or unloaded, [edit] outside evaluation and drawing,
  * [eval] inside a modifier's reset, next, allocate or evaluate, [draw] while a view is drawn, [any] at any

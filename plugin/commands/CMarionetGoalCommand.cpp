@@ -67,8 +67,7 @@ void GoalMaker::DecorateGoal(const CZxUser_Item& joint, const CZxUser_Item& goal
     const int32_t localChannel = joint.channel("localMatrix");
     CZxUser_Matrix local;
     ZxObject* value = nullptr;
-    if (localChannel < 0
-        || failed(read.call<&ZxChannelReadTable::value>(joint.object(), localChannel, &value)))
+    if (localChannel < 0 || failed(read.call<&ZxChannelReadTable::value>(joint, localChannel, &value)))
         return;
     local.adopt(value);
     double bone[3];

@@ -129,7 +129,7 @@ public:
     uint32_t addChannel(const CZxUser_Item& item, const char* channel, uint32_t mode) const
     {
         uint32_t index = 0;
-        check(call<&ZxEvaluationTable::addChannel>(item.object(), channel, mode, &index));
+        check(call<&ZxEvaluationTable::addChannel>(item, channel, mode, &index));
         return index;
     }
     zxresult readInteger(uint32_t index, int32_t* value) const

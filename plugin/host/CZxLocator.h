@@ -17,7 +17,7 @@ public:
 
     zxresult worldTransform(const CZxUser_ChannelRead& read, double* nine, double* three) const
     {
-        return call<&ZxLocatorTable::worldTransform>(read.object(), nine, three);
+        return call<&ZxLocatorTable::worldTransform>(read, nine, three);
     }
     zxresult transformItem(TransformKind kind, CZxUser_Item* item) const
     {
@@ -37,22 +37,22 @@ public:
     /// The rotation that the rotation channels must show for the rotation `nine` relative to the parent.
     zxresult rotationForChannels(const CZxUser_ChannelRead& read, const double* nine, double* result) const
     {
-        return m_Pose.call<&ZxLocatorPoseTable::rotationForChannels>(read.object(), nine, result);
+        return m_Pose.call<&ZxLocatorPoseTable::rotationForChannels>(read, nine, result);
     }
     /// The position that the position channels must show for the position `three` relative to the parent.
     zxresult positionForChannels(const CZxUser_ChannelRead& read, const double* three, double* result) const
     {
-        return m_Pose.call<&ZxLocatorPoseTable::positionForChannels>(read.object(), three, result);
+        return m_Pose.call<&ZxLocatorPoseTable::positionForChannels>(read, three, result);
     }
     zxresult setWorldPosition(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
                               const double* three) const
     {
-        return call<&ZxLocatorTable::setWorldPosition>(write.object(), read.object(), three);
+        return call<&ZxLocatorTable::setWorldPosition>(write, read, three);
     }
     zxresult setWorldRotation(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite& write,
                               const double* nine) const
     {
-        return call<&ZxLocatorTable::setWorldRotation>(write.object(), read.object(), nine);
+        return call<&ZxLocatorTable::setWorldRotation>(write, read, nine);
     }
 
 private:

@@ -29,7 +29,7 @@ class CZxUser_MeshMap : public CZxLocalize<ZxMeshMapTable> {
 public:
     zxresult enumerate(const CZxUser_Visitor& visitor) const
     {
-        return call<&ZxMeshMapTable::enumerate>(visitor.object());
+        return call<&ZxMeshMapTable::enumerate>(visitor);
     }
     zxresult identifier(uint64_t* map) const { return call<&ZxMeshMapTable::identifier>(map); }
     zxresult type(uint32_t* type) const { return call<&ZxMeshMapTable::type>(type); }
@@ -70,8 +70,7 @@ public:
     CZxUser_MeshFilter(const CZxUser_ChannelRead& read, const CZxUser_Item& item)
     {
         if (const int32_t channel = item.channel("mesh"); channel >= 0)
-            query(read.fetch<&ZxChannelReadTable::value, CZxObject>(item.object(), channel).object(),
-                  kZxIdMeshFilter);
+            query(read.fetch<&ZxChannelReadTable::value, CZxObject>(item, channel).object(), kZxIdMeshFilter);
     }
     /// Empty when there is none.
     CZxUser_Mesh generate() const { return fetch<&ZxMeshFilterTable::generate, CZxUser_Mesh>(); }

@@ -15,22 +15,22 @@ public:
     uint32_t forwardCount(const CZxUser_Item& item) const
     {
         uint32_t count = 0;
-        check(call<&ZxItemGraphTable::forwardCount>(item.object(), &count));
+        check(call<&ZxItemGraphTable::forwardCount>(item, &count));
         return count;
     }
     uint32_t reverseCount(const CZxUser_Item& item) const
     {
         uint32_t count = 0;
-        check(call<&ZxItemGraphTable::reverseCount>(item.object(), &count));
+        check(call<&ZxItemGraphTable::reverseCount>(item, &count));
         return count;
     }
     CZxUser_Item forward(const CZxUser_Item& item, uint32_t index) const
     {
-        return fetchIfAny<&ZxItemGraphTable::forwardByIndex, CZxUser_Item>(item.object(), index);
+        return fetchIfAny<&ZxItemGraphTable::forwardByIndex, CZxUser_Item>(item, index);
     }
     CZxUser_Item reverse(const CZxUser_Item& item, uint32_t index) const
     {
-        return fetchIfAny<&ZxItemGraphTable::reverseByIndex, CZxUser_Item>(item.object(), index);
+        return fetchIfAny<&ZxItemGraphTable::reverseByIndex, CZxUser_Item>(item, index);
     }
 };
 
@@ -39,15 +39,14 @@ inline void AddLink(const CZxUser_ItemGraph& graph, const CZxUser_Item& from, co
 {
     CZxLocalize<ZxItemGraphEditTable> edit;
     edit.query(graph.object(), kZxIdItemGraphEdit);
-    check(edit.call<&ZxItemGraphEditTable::addLink>(from.object(), to.object()));
+    check(edit.call<&ZxItemGraphEditTable::addLink>(from, to));
 }
 /// A link that is not there changes nothing.
 inline void DeleteLink(const CZxUser_ItemGraph& graph, const CZxUser_Item& from, const CZxUser_Item& to)
 {
     CZxLocalize<ZxItemGraphEditTable> edit;
     edit.query(graph.object(), kZxIdItemGraphEdit);
-    if (const zxresult result = edit.call<&ZxItemGraphEditTable::deleteLink>(from.object(), to.object());
-        result != kZxNotFound)
+    if (const zxresult result = edit.call<&ZxItemGraphEditTable::deleteLink>(from, to); result != kZxNotFound)
         check(result);
 }
 
@@ -55,7 +54,7 @@ class CZxUser_ChannelGraph : public CZxLocalize<ZxChannelGraphTable> {
 public:
     zxresult reverseCount(const CZxUser_Item& item, int32_t channel, uint32_t* count) const
     {
-        return call<&ZxChannelGraphTable::reverseCount>(item.object(), channel, count);
+        return call<&ZxChannelGraphTable::reverseCount>(item, channel, count);
     }
     /// Whether anything feeds the channel; a failing count says no.
     bool isFed(const CZxUser_Item& item, int32_t channel) const
@@ -69,8 +68,7 @@ public:
         CZxUser_Item source;
         ZxObject* found = nullptr;
         int32_t sourceChannel = -1;
-        if (succeeded(call<&ZxChannelGraphTable::reverseByIndex>(item.object(), channel, 0u, &found,
-                                                                 &sourceChannel)))
+        if (succeeded(call<&ZxChannelGraphTable::reverseByIndex>(item, channel, 0u, &found, &sourceChannel)))
             source.adopt(found);
         return source;
     }
@@ -80,8 +78,7 @@ public:
     {
         CZxLocalize<ZxChannelGraphEditTable> edit;
         edit.query(object(), kZxIdChannelGraphEdit);
-        check(
-            edit.call<&ZxChannelGraphEditTable::addLink>(from.object(), fromChannel, to.object(), toChannel));
+        check(edit.call<&ZxChannelGraphEditTable::addLink>(from, fromChannel, to, toChannel));
     }
 };
 
@@ -89,11 +86,11 @@ class CZxUser_ChannelRead : public CZxLocalize<ZxChannelReadTable> {
 public:
     zxresult integer(const CZxUser_Item& item, int32_t channel, int32_t* value) const
     {
-        return call<&ZxChannelReadTable::integer>(item.object(), channel, value);
+        return call<&ZxChannelReadTable::integer>(item, channel, value);
     }
     zxresult number(const CZxUser_Item& item, int32_t channel, double* value) const
     {
-        return call<&ZxChannelReadTable::number>(item.object(), channel, value);
+        return call<&ZxChannelReadTable::number>(item, channel, value);
     }
 };
 
@@ -104,24 +101,24 @@ public:
     void integer(const CZxUser_Item& item, int32_t channel, int32_t value) const
     {
         if (channel >= 0)
-            check(call<&ZxChannelWriteTable::integer>(item.object(), channel, value));
+            check(call<&ZxChannelWriteTable::integer>(item, channel, value));
     }
     void number(const CZxUser_Item& item, int32_t channel, double value) const
     {
         if (channel >= 0)
-            check(call<&ZxChannelWriteTable::number>(item.object(), channel, value));
+            check(call<&ZxChannelWriteTable::number>(item, channel, value));
     }
     /// As a key at the write's time if one stands there or the channel is keyed; else the plain value. Skips
     /// a channel index below 0; the failure is the caller's.
     zxresult changeKey(const CZxUser_Item& item, int32_t channel, double value) const
     {
-        return channel < 0 ? kZxNotFound : call<&ZxChannelWriteTable::key>(item.object(), channel, value, 0u);
+        return channel < 0 ? kZxNotFound : call<&ZxChannelWriteTable::key>(item, channel, value, 0u);
     }
     /// As a key at the write's time, which is made if it isn't there.
     void createKey(const CZxUser_Item& item, int32_t channel, double value) const
     {
         if (channel >= 0)
-            check(call<&ZxChannelWriteTable::key>(item.object(), channel, value, 1u));
+            check(call<&ZxChannelWriteTable::key>(item, channel, value, 1u));
     }
 };
 

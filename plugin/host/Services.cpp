@@ -40,11 +40,11 @@ struct ItemSelection {
     CZxUser_Item item(uint32_t index) const
     {
         const auto packet = list.fetch<&ZxSelectionListTable::byIndex, CZxObject>(type, index);
-        return translation.fetch<&ZxItemPacketTranslationTable::item, CZxUser_Item>(packet.object());
+        return translation.fetch<&ZxItemPacketTranslationTable::item, CZxUser_Item>(packet);
     }
     CZxObject packet(const CZxUser_Item& item) const
     {
-        return translation.fetch<&ZxItemPacketTranslationTable::packet, CZxObject>(item.object());
+        return translation.fetch<&ZxItemPacketTranslationTable::packet, CZxObject>(item);
     }
 };
 
@@ -72,8 +72,10 @@ bool CurrentScene(CZxUser_Scene& scene)
     if (failed(selection.call<&ZxSelectionServiceTable::typeCode>("cinema", &cinema)))
         return false;
     const auto packet = selection.fetch<&ZxSelectionServiceTable::recent, CZxObject>(cinema);
+    if (!packet)
+        return false;
     const auto translation = Find<ScenePacketTranslation>(kZxIdScenePacketTranslation);
-    scene = translation.fetch<&ZxScenePacketTranslationTable::scene, CZxUser_Scene>(packet.object());
+    scene = translation.fetch<&ZxScenePacketTranslationTable::scene, CZxUser_Scene>(packet);
     return static_cast<bool>(scene);
 }
 
@@ -94,13 +96,13 @@ CZxUser_Item FirstSelectedItem() { return ItemSelection().item(0); }
 bool IsSelected(const CZxUser_Item& item)
 {
     const ItemSelection selection;
-    return isTrue(selection.list.call<&ZxSelectionListTable::isSelected>(selection.packet(item).object()));
+    return isTrue(selection.list.call<&ZxSelectionListTable::isSelected>(selection.packet(item)));
 }
 
 void SelectItem(const CZxUser_Item& item)
 {
     const ItemSelection selection;
-    check(selection.list.call<&ZxSelectionListTable::select>(selection.packet(item).object()));
+    check(selection.list.call<&ZxSelectionListTable::select>(selection.packet(item)));
 }
 
 void ClearItemSelection()

@@ -63,7 +63,7 @@ bool ReadMatrix(const CZxUser_ChannelRead& read, const CZxUser_Item& item, const
     const int32_t index = ChannelOf(item, channel);
     if (index < 0)
         return false;
-    const auto matrix = read.fetch<&ZxChannelReadTable::value, CZxUser_Matrix>(item.object(), index);
+    const auto matrix = read.fetch<&ZxChannelReadTable::value, CZxUser_Matrix>(item, index);
     double block[9] = {}, offset[3] = {};
     if (nine && (failed(matrix.get3x3(block)) || !AreFinite(block, 9)))
         return false;

@@ -131,7 +131,7 @@ void CaptureRestPose(const CZxUser_ChannelRead& read, const CZxUser_ChannelWrite
     const int32_t channel = item.channel("localMatrix");
     if (channel < 0)
         return;
-    check(read.call<&ZxChannelReadTable::value>(item.object(), channel, &value));
+    check(read.call<&ZxChannelReadTable::value>(item, channel, &value));
     local.adopt(value);
     double m[3][3], offset[3];
     check(local.get3x3(&m[0][0]));

@@ -33,7 +33,7 @@ struct ChainDrawing {
         if (!parent || item.identifier() == solver)
             return true;
         uint32_t links = 0;
-        if (failed(ikRefs.call<&ZxItemGraphTable::reverseCount>(item.object(), &links)) || links == 0)
+        if (failed(ikRefs.call<&ZxItemGraphTable::reverseCount>(item, &links)) || links == 0)
             return false;
         double from[3], end[3];
         if (!ReadMatrix(to.read, parent, "wposMatrix", nullptr, from)

@@ -276,6 +276,15 @@ void HostBinding::noteOverRelease(const HostObject& object)
             + " more often than it holds references; the call was refused. The module counts wrongly.");
 }
 
+void HostBinding::noteNull(const HostObject& object)
+{
+    if (m_Nulls++ != 0)
+        return;
+    m_Host.tell(MessageLevel::Error,
+                std::string("A module passed nothing to an operation of the interface ")
+                    + object.interfaceName() + " that needs something; the call was refused.");
+}
+
 void HostBinding::noteTrouble(std::string_view why)
 {
     if (m_Trouble.empty())

@@ -63,6 +63,8 @@ public:
     std::uint64_t callCount() const { return m_Calls; }
     void failCall(std::uint64_t n) { m_FailAt = n == 0 ? 0 : m_Calls + n; }
     void noteOverRelease(const HostObject& object);
+    void noteNull(const HostObject& object);
+    std::uint64_t nullCount() const { return m_Nulls; }
     /// The host could not do what a module asked of it; a command that runs now can't be trusted any more.
     void noteTrouble(std::string_view why);
     /// Spawned objects of a command that goes are refused from now on.
@@ -94,6 +96,7 @@ private:
     Phase m_Phase = kEditPhase;
     std::uint64_t m_Calls = 0;
     std::uint64_t m_FailAt = 0;
+    std::uint64_t m_Nulls = 0;
     bool m_ToldOverRelease = false;
     std::string m_Trouble; // the first since the scope began
     mutable std::recursive_mutex m_Mutex; // references may be counted from any thread
@@ -166,6 +169,8 @@ inline zxresult HostObject::enter(unsigned phases) const
         return kZxNotAvailable;
     return kZxOk;
 }
+
+inline void HostObject::noteNull() const { m_Binding.noteNull(*this); }
 
 /// A failed result in words, with its code.
 std::string resultText(zxresult result);

@@ -51,6 +51,8 @@ public:
 
     /// Whether a call may go on.
     zxresult enter(unsigned phases) const;
+    /// A module passed null where something is needed.
+    void noteNull() const;
 
     HostObject(const HostObject&) = delete;
     HostObject& operator=(const HostObject&) = delete;
@@ -93,6 +95,7 @@ public:
     HostObject& owner() const { return m_Owner; }
     HostBinding& binding() const { return m_Owner.binding(); }
     zxresult enter(unsigned phases) const { return m_Owner.enter(phases); }
+    void noteNull() const { m_Owner.noteNull(); }
 
     ObjectPart(const ObjectPart&) = delete;
     ObjectPart& operator=(const ObjectPart&) = delete;
@@ -148,8 +151,10 @@ struct HostSlot<T, Op, Phases, nulls> {
         if (const zxresult refused = objectBehind<T>(self)->enter(Phases); failed(refused))
             return refused;
         if constexpr (nulls == Nulls::Refused) {
-            if ((detail::isNull(arguments) || ...))
+            if ((detail::isNull(arguments) || ...)) {
+                objectBehind<T>(self)->noteNull();
                 return kZxInvalidArgument;
+            }
         }
         return Thunk<T, Op>::call(self, arguments...);
     }

@@ -175,6 +175,7 @@ ChannelState Modules::channelState(Channel& channel, double time) const
 
 std::vector<LiveReferences> Modules::liveReferences() const { return m_Binding->liveReferences(); }
 std::uint64_t Modules::callCount() const { return m_Binding->callCount(); }
+std::uint64_t Modules::nullCount() const { return m_Binding->nullCount(); }
 void Modules::failCall(std::uint64_t n) { m_Binding->failCall(n); }
 std::size_t Modules::instanceCount() const { return m_Binding->instances().count(); }
 

@@ -2,6 +2,8 @@
 // Making rigs and looking at them.
 #include "e2e/RigScene.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -46,6 +48,8 @@ RigScene::RigScene(bool load)
         must(modules().load(SINEW_MODULE_PATH));
     m_Scene = &host.newScene();
 }
+
+RigScene::~RigScene() { EXPECT_EQ(modules().nullCount(), 0u); }
 
 Channel& RigScene::channel(const Item& item, std::string_view name)
 {

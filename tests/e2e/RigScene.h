@@ -25,6 +25,10 @@ class RigScene {
 public:
     /// Loads the module that was built; `load` false leaves the host without it.
     explicit RigScene(bool load = true);
+    /// Expects that the module never passed nothing where the host needs something.
+    ~RigScene();
+    RigScene(const RigScene&) = delete;
+    RigScene& operator=(const RigScene&) = delete;
 
     // Items; `at` is the placement in the parent
 

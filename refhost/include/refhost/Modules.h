@@ -80,6 +80,8 @@ public:
     std::vector<LiveReferences> liveReferences() const;
     /// Host calls that modules made; `addRef` and `release` are not counted.
     std::uint64_t callCount() const;
+    /// Those among them that passed null where something is needed; each was refused.
+    std::uint64_t nullCount() const;
     /// The n-th host call from now on answers a general failure, 1 being the next; 0 takes it back.
     void failCall(std::uint64_t n);
     /// Objects that modules put on items now.
