@@ -36,7 +36,7 @@ struct Box {
             maxFixed[k] = true;
         }
     }
-    /// Writes the maximum's place and sets the minimum's flag: that pairing is meant.
+    /// Writes the maximum but sets the minimum's flag: that pairing is intended.
     void closeTop(std::uint32_t k)
     {
         if (!minFixed[k]) {

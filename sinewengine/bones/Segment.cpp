@@ -98,7 +98,8 @@ void Segment::setActive(bool on, bool alsoDof)
         for (bool& flag : m_ActiveDof)
             flag = on;
         refreshPlainRotations();
-        // Flags alone may now contradict the columns; the pattern says so if the state changes too.
+        // The flags may no longer match the columns. The pattern is only rebuilt if the state changes as
+        // well.
         if (m_Solver)
             m_Solver->noteFlagsChanged();
     }
@@ -379,7 +380,7 @@ void Segment::integrateFour(Segment* const* bones)
     Lanes qw = (aw * w - (ax * x + ay * y)) - az * z;
     const Lanes s = (qx * qx + qy * qy) + (qz * qz + qw * qw);
 
-    // Written so that NaN takes the one-bone form as well, which knows what to do with each case.
+    // Written so that NaN takes the one-bone form too, which handles every case.
     if (!allLanes(laneAtMost(h2, splat(kStepSeriesEnd)),
                   laneAtMost(laneAbs(s - splat(1.0f)), splat(kNearUnit)))) {
         for (int i = 0; i < 4; ++i)

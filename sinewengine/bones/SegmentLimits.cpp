@@ -151,8 +151,8 @@ void Segment::applyRetargeting(float gain)
     }
 }
 
-/// Whether the twist about the rotation axis lies outside of its limits. Where the quaternion alone settles
-/// that, the angle, which costs more than the rest of a bone's step, is spared; the answer is the same.
+/// Whether the twist about the rotation axis lies outside its limits. Where the quaternion alone settles
+/// that, the angle isn't computed, as it costs more than the rest of a bone's step; the answer is the same.
 bool Segment::isRollViolated() const
 {
     constexpr float kBeyondQuarterTurn = 1.6f; // radians, past what a quarter turn is rounded to
@@ -160,14 +160,14 @@ bool Segment::isRollViolated() const
     const SinewQuaternion twisted = m_RotationAxis == 3 ? m_TwistAlign * m_Orientation : m_Orientation;
     const std::uint32_t axis = m_RotationAxis == 3 ? 2 : m_RotationAxis;
     const float sine = std::fabs(twisted[axis]), cosine = twisted.w();
-    // No range at all, which is what a bone has that was given none: any twist is out of it.
+    // An empty range, as in a bone without a roll limit: any twist is outside.
     if (m_Limits[6] == 0.0f && m_Limits[7] == 0.0f && cosine > 0.5f && sine > kTiny)
         return true;
     // At most a quarter turn within wide limits.
     if (m_Limits[6] <= -kBeyondQuarterTurn && m_Limits[7] >= kBeyondQuarterTurn && sine <= cosine)
         return false;
     const float twist = twistAngle(twisted, axis);
-    return twist > m_Limits[7] || !(twist >= m_Limits[6]); // what is not a number violates
+    return twist > m_Limits[7] || !(twist >= m_Limits[6]); // NaN counts as outside
 }
 
 void Segment::applyLimits(float gain, float stretchGain, float* columnWeights)

@@ -187,7 +187,7 @@ void IKSolverState::setMomentsPrecision(float precision)
     updateMomentDamping();
 }
 
-/// The reaction tasks together take the load; by default the first fully active one also fixes the
+/// The reaction tasks share the load. By default the first of them with all its axes also fixes the
 /// zero-moment point: `solve` copies its target.
 void IKSolverState::recomputeZmp()
 {

@@ -66,9 +66,9 @@ public:
 
     void dumpConfiguration(const char* path) const; // ConfigurationDump.cpp
 
-    // What bones and tasks ask and tell.
+    // For bones and tasks.
     void setSetupDirty(bool dirty) { m_SetupDirty = dirty; }
-    /// Columns or rows changed: `prepare` must run even if a client clears the flag that it can reach.
+    /// Columns or rows changed: `prepare` must run even if a client clears `m_SetupDirty`.
     void requireSetup() { m_SetupDirty = m_LayoutDirty = true; }
     /// A link changed, or freedoms changed without a new layout: tasks may now write cells outside the
     /// pattern, which count as zero until it is built again.

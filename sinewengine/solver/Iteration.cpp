@@ -27,7 +27,7 @@ bool isAllZero(const float* v, std::uint32_t count)
     return sumLanes(sum) == 0.0f;
 }
 
-/// NaN and infinity lose against any number in a maximum, so they are looked for apart.
+/// A maximum skips NaN, so NaN and infinity are tested for separately.
 bool isFinite(const float* v, std::uint32_t count)
 {
     Lanes sum = zeroLanes();
@@ -48,7 +48,7 @@ float largestMagnitude(const float* v, std::uint32_t count)
 
 bool IKSolverState::solve(std::uint32_t steps)
 {
-    // Duals that a non-finite target has spoilt never recover by themselves: start them anew.
+    // Once a non-finite target has got into the duals, they never recover by themselves: restart them.
     if (m_ArraysAllocated && !areDualsFinite())
         m_SetupDirty = true;
     if (m_SetupDirty || m_LayoutDirty)
@@ -76,7 +76,7 @@ bool IKSolverState::solve(std::uint32_t steps)
         step();
         ++m_Sweeps;
         if (hasDiverged(errorSoFar))
-            converges = false; // reported, never acted on
+            converges = false; // reported; the iteration goes on
         const bool stops = m_Iteration != 0 && m_Tolerance > m_MaxJointStep;
         if (!m_BalanceTask && (stops || m_Iteration + 1 == steps))
             placeMassCentres();
@@ -233,8 +233,8 @@ bool IKSolverState::isFinite() const
     return true;
 }
 
-/// The duals against the largest error seen, which counts only the last block of rows and starts at 1: in
-/// length units, so the test is not free of scale.
+/// Compares the duals with the largest error so far. Only the last block of rows counts for that error, and
+/// it starts at 1 length unit, so the test depends on the unit.
 bool IKSolverState::hasDiverged(float& errorSoFar) const
 {
     if (m_Rows == 0)

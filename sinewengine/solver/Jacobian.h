@@ -29,15 +29,15 @@ public:
     float* const* rows() const { return m_JacobianRows; }
     std::uint32_t columnStride() const { return m_ColumnStride; }
 
-    /// Zeroes the first rowCapacity times columnCapacity floats, counted contiguously: that count ignores the
-    /// stride, so old marks may stay in the last rows. Meant so.
+    /// Zeroes the first rowCapacity times columnCapacity floats. That count ignores the stride, so marks of
+    /// an older pattern may stay in the last rows; this is intended.
     void clearForPattern();
     /// Lists the blocks of the first `rowCount` rows that hold a cell other than zero. `exact` promises that
     /// no cell which is zero now will be written before the next call; otherwise such cells are remembered
     /// and count as zero in the products.
     void listBlocks(std::uint32_t rowCount, bool exact);
 
-    /// Takes back the promise of `exact`.
+    /// Withdraws the promise of `exact`.
     void keepToPattern() { m_Exact = false; }
 
     /// out = J x.

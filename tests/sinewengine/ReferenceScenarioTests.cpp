@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The engine against traces of an independent, slow implementation, record by record.
+#include "support/DataFolder.h"
 #include "support/ScenarioReplay.h"
 
 #include <gtest/gtest.h>
@@ -88,36 +89,44 @@ std::string compare(const json& trace, const json& records)
     return c.text();
 }
 
-std::vector<std::string> scenarioNames()
-{
-    std::vector<std::string> names;
-    std::error_code none;
-    for (const auto& entry :
-         fs::directory_iterator(fs::path(support::dataFolder()) / "solver/scenarios", none))
-        names.push_back(entry.path().stem().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
+struct Scenario {
+    fs::path folder; ///< with the folders `scenarios` and `traces`
+    std::string name;
+};
 
-class ReferenceScenario : public testing::TestWithParam<std::string> { };
+std::vector<Scenario> scenariosIn(const fs::path& folder)
+{
+    std::vector<Scenario> found;
+    std::error_code none;
+    for (const auto& entry : fs::directory_iterator(folder / "scenarios", none))
+        found.push_back({folder, entry.path().stem().string()});
+    std::sort(found.begin(), found.end(),
+              [](const Scenario& a, const Scenario& b) { return a.name < b.name; });
+    return found;
+}
+fs::path outside() { return support::dataFolder() / "solver"; }
+
+class ReferenceScenario : public testing::TestWithParam<Scenario> { };
 
 TEST_P(ReferenceScenario, HoldsWithinItsTolerance)
 {
-    const fs::path folder = fs::path(support::dataFolder()) / "solver";
-    const json scenario = readJson(folder / "scenarios" / (GetParam() + ".json"));
-    const json trace = readJson(folder / "traces" / (GetParam() + ".json"));
+    const auto& [folder, name] = GetParam();
+    const json scenario = readJson(folder / "scenarios" / (name + ".json"));
+    const json trace = readJson(folder / "traces" / (name + ".json"));
     EXPECT_EQ(compare(trace, support::replayScenario(scenario)), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ReferenceScenario, testing::ValuesIn(scenarioNames()),
-                         [](const auto& scenario) { return scenario.param; });
+const auto kNameOf = [](const auto& scenario) { return scenario.param.name; };
+INSTANTIATE_TEST_SUITE_P(Ours, ReferenceScenario, testing::ValuesIn(scenariosIn(SINEW_TEST_DATA "/solver")),
+                         kNameOf);
+INSTANTIATE_TEST_SUITE_P(Outside, ReferenceScenario, testing::ValuesIn(scenariosIn(outside())), kNameOf);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ReferenceScenario);
 
-TEST(ReferenceScenarios, ArePresent)
+TEST(ReferenceScenarios, OutsideOfTheProjectArePresent)
 {
-    if (scenarioNames().empty())
-        GTEST_SKIP() << "no scenarios below " << support::dataFolder()
-                     << ": set SINEW_DATA to the folder with sample files and reference values";
+    if (scenariosIn(outside()).empty())
+        GTEST_SKIP() << "only the nine scenarios of the project were run: there are none below " << outside()
+                     << "; set SINEW_DATA to the folder with sample files and reference values";
 }
 
 } // namespace

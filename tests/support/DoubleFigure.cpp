@@ -121,4 +121,26 @@ Vec3 DoubleFigure::centreOfMass() const
     return sum * (1 / mass);
 }
 
+std::vector<Vec3> derivatives(const DoubleFigure& pose,
+                              const std::function<Vec3(const DoubleFigure&)>& quantity)
+{
+    constexpr double h = 1e-5;
+    std::vector<Vec3> columns;
+    for (std::size_t b = 0; b < pose.bones().size(); ++b)
+        for (int freedom = 0; freedom < 6; ++freedom) {
+            if (!pose.bones()[b].freedom[freedom])
+                continue;
+            DoubleFigure forward = pose, backward = pose;
+            forward.move(b, freedom, h);
+            backward.move(b, freedom, -h);
+            columns.push_back((quantity(forward) - quantity(backward)) * (0.5 / h));
+        }
+    return columns;
+}
+
+Vec3 turnSince(const DoubleFigure& pose, const DoubleFigure& other, std::size_t bone)
+{
+    return rotationVector(other.bones()[bone].orientation * transposed(pose.bones()[bone].orientation));
+}
+
 } // namespace support

@@ -5,6 +5,7 @@
 #include <sinew/IKSolver.h>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 namespace support {
@@ -68,5 +69,11 @@ private:
     void place();
     std::vector<Bone> m_Bones;
 };
+
+/// d(quantity)/d(freedom) at a pose for every freedom of the figure, by central differences.
+std::vector<Vec3> derivatives(const DoubleFigure& pose,
+                              const std::function<Vec3(const DoubleFigure&)>& quantity);
+/// Rotation of a bone from `pose` to another one, as a vector in world axes.
+Vec3 turnSince(const DoubleFigure& pose, const DoubleFigure& other, std::size_t bone);
 
 } // namespace support

@@ -4,13 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <string>
-
 namespace support {
-
-/// The folder with sample files and reference values: the environment variable SINEW_DATA, else the build's
-/// default.
-std::string dataFolder();
 
 /// The records of a scenario, one per repetition of an action, in the form of the reference traces. Throws
 /// std::runtime_error for an operation that is not known.

@@ -128,7 +128,7 @@ public:
     /// What is behind the solver that the bone belongs to: a pointer to compare, nothing that a client can
     /// use.
     virtual IKSolverState* getSolver() const = 0;
-    /// Keeps a pointer for the caller, at first that of the descriptor; the engine never looks behind it.
+    /// Keeps a pointer for the caller, at first that of the descriptor; the engine never dereferences it.
     virtual void setUserData(void* data) = 0;
     /// The caller's pointer.
     virtual void* getUserData() const = 0;

@@ -39,7 +39,7 @@ public:
     void setTolerance(float tolerance);
     /// The joint step below which `solve` stops.
     float tolerance() const;
-    /// Keeps a pointer for the caller, null at first; the engine never looks behind it.
+    /// Keeps a pointer for the caller, null at first; the engine never dereferences it.
     void setUserContext(void* context);
     /// The caller's pointer.
     void* userContext() const;

@@ -88,7 +88,7 @@ public:
     /// What is behind the solver, null before its first layout: a pointer to compare, nothing that a client
     /// can use.
     virtual IKSolverState* getSolver() const = 0;
-    /// Keeps a pointer for the caller, null at first; the engine never looks behind it.
+    /// Keeps a pointer for the caller, null at first; the engine never dereferences it.
     virtual void setUserData(void* data) = 0;
     /// The caller's pointer.
     virtual void* getUserData() const = 0;

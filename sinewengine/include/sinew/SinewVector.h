@@ -75,7 +75,7 @@ SINEW_KIT SinewVector cross(SinewVector a, SinewVector b)
     return SinewVector(clearW(swizzle<1, 2, 0, 3>(a.lanes * by - ay * b.lanes)));
 }
 
-/// Scales all four lanes to length 1. A zero vector gives non-finite lanes: test it before.
+/// Scales all four lanes to length 1. A zero vector gives non-finite lanes: check for it first.
 SINEW_KIT void normalise(SinewVector& a) { a.lanes *= splat(1.0f / length(a)); }
 
 /// Unit vector of axis `i`: 0 x, 1 y, any other value z.
@@ -119,7 +119,7 @@ struct alignas(16) SinewQuaternion {
 /// (a.x b.x + a.y b.y) + (a.z b.z + a.w b.w), in this order.
 SINEW_KIT float dot(SinewQuaternion a, SinewQuaternion b) { return sumLanes(a.lanes * b.lanes); }
 
-/// Scales to length 1; a zero quaternion gives non-finite lanes: test it before.
+/// Scales to length 1. A zero quaternion gives non-finite lanes: check for it first.
 SINEW_KIT void normalise(SinewQuaternion& q) { q.lanes *= splat(1.0f / __builtin_sqrtf(dot(q, q))); }
 
 /// True when normalising gives a rotation: the squared length is a positive finite number.

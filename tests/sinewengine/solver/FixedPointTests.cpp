@@ -11,29 +11,19 @@ using namespace support;
 
 using Matrix = std::vector<std::vector<double>>;
 
-/// x of a x = b by elimination with row exchange.
+/// x of a x = b by elimination. As `a` is a positive definite matrix times a diagonal, rows stay in their
+/// order.
 std::vector<double> solveDense(Matrix a, std::vector<double> b)
 {
-    const std::size_t n = b.size();
-    for (std::size_t i = 0; i < n; ++i) {
-        std::size_t best = i;
-        for (std::size_t r = i; r < n; ++r)
-            if (std::fabs(a[r][i]) > std::fabs(a[best][i]))
-                best = r;
-        std::swap(a[i], a[best]);
-        std::swap(b[i], b[best]);
-        for (std::size_t r = i + 1; r < n; ++r) {
-            const double f = a[r][i] / a[i][i];
-            for (std::size_t c = i; c < n; ++c)
+    for (std::size_t i = 0; i < b.size(); ++i)
+        for (std::size_t r = 0; r < b.size(); ++r) {
+            const double f = r == i ? 0 : a[r][i] / a[i][i];
+            for (std::size_t c = i; c < b.size(); ++c)
                 a[r][c] -= f * a[i][c];
             b[r] -= f * b[i];
         }
-    }
-    for (std::size_t i = n; i-- > 0;) {
-        for (std::size_t c = i + 1; c < n; ++c)
-            b[i] -= a[i][c] * b[c];
+    for (std::size_t i = 0; i < b.size(); ++i)
         b[i] /= a[i][i];
-    }
     return b;
 }
 
@@ -141,43 +131,29 @@ struct Bench {
                                   : 0.0);
             }
         }
-        const auto addRows = [&](const auto& value, IKTask* task, double row) {
+        const auto addRows = [&](IKTask* task, double row, Vec3 error,
+                                 const std::function<Vec3(const DoubleFigure&)>& quantity) {
+            const std::vector<Vec3> columns = derivatives(pose, quantity);
             for (int k = 0; k < 3; ++k) {
-                std::vector<double> J;
-                for (std::size_t b = 0; b < pose.bones().size(); ++b)
-                    for (int f = 0; f < 6; ++f) {
-                        if (!pose.bones()[b].freedom[f])
-                            continue;
-                        DoubleFigure forward = pose, backward = pose;
-                        forward.move(b, f, 1e-5);
-                        backward.move(b, f, -1e-5);
-                        J.push_back((value(forward, backward) * 5e4)[k]);
-                    }
                 const auto axis = static_cast<std::uint32_t>(k);
-                s.J.push_back(J);
+                std::vector<double>& J = s.J.emplace_back();
+                for (const Vec3& column : columns)
+                    J.push_back(column[k]);
+                s.e.push_back(error[k]);
                 s.W.push_back(row * static_cast<double>(task->getAxisWeight(axis)));
                 s.L.push_back(kPrecision * 0.082 / static_cast<double>(task->getAxisPrecision(axis)));
             }
         };
-        const auto positions = [&](IKPositionTask* task, std::size_t bone) {
+        const auto addPosition = [&](IKPositionTask* task, std::size_t bone) {
             const auto at = [=](const DoubleFigure& f) { return f.point(bone, task->getOffset()); };
-            addRows([=](const DoubleFigure& f, const DoubleFigure& b) { return at(f) - at(b); }, task,
-                    positionRow);
-            const Vec3 error = Vec3(task->getTarget()) - at(pose);
-            s.e.insert(s.e.end(), {error.x, error.y, error.z});
+            addRows(task, positionRow, Vec3(task->getTarget()) - at(pose), at);
         };
-        positions(hand, 5);
-        addRows(
-            [](const DoubleFigure& f, const DoubleFigure& b) {
-                return rotationVector(f.bones()[5].orientation * transposed(b.bones()[5].orientation));
-            },
-            wrist, orientationRow);
+        addPosition(hand, 5);
         const Vec3 off =
             rotationVector(pose.bones()[5].orientation * transposed(matrixOf(wrist->getTarget())));
-        const double angle = length(off), half = fast ? 0.5 : 1.0;
-        const Vec3 error = off * (-half * std::sin(angle) / angle);
-        s.e.insert(s.e.end(), {error.x, error.y, error.z});
-        positions(elbow, 6);
+        addRows(wrist, orientationRow, off * ((fast ? -0.5 : -1.0) * std::sin(length(off)) / length(off)),
+                [&](const DoubleFigure& f) { return turnSince(pose, f, 5); });
+        addPosition(elbow, 6);
         return s;
     }
 
