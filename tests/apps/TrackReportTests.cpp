@@ -2,6 +2,7 @@
 // The numbers and the page of a track report.
 #include "report/TrackReportHtml.h"
 #include "report/TrackReportJson.h"
+#include "retarget/RetargetReport.h"
 #include "track/TrackCommand.h"
 
 #include "shared/Console.h"
@@ -34,6 +35,13 @@ app::TrackReport smallReport()
     report.maxMeanError = 2.0;
     app::summarise(report, samples);
     return report;
+}
+
+/// What a page shows.
+app::Json dataOf(const std::string& page)
+{
+    const std::size_t from = page.find('{', page.find("id=\"data\"")), to = page.find("</script>", from);
+    return app::Json::parse(page.substr(from, to - from));
 }
 
 } // namespace
@@ -78,11 +86,29 @@ TEST(TrackReport, PageStandsAloneWhateverTheNames)
     EXPECT_EQ(page.find("</script><b>"), std::string::npos); // a file name can't end the data
     EXPECT_EQ(page.find("/*DATA*/"), std::string::npos);
     EXPECT_EQ(page.find("/*SCRIPT*/"), std::string::npos);
-    const std::size_t from = page.find('{', page.find("id=\"data\"")), to = page.find("</script>", from);
-    const app::Json data = app::Json::parse(page.substr(from, to - from));
+    const app::Json data = dataOf(page);
     EXPECT_EQ(data["report"]["output"], "</script><b>.bvh");
     EXPECT_EQ(data["source"].get<std::string>().size(), 4u * 4 * 3 * 2 / 3 * 4); // 16 bits a number
     EXPECT_EQ(data["series"]["micros"].size(), 4u);
+    EXPECT_TRUE(data["directions"].empty());
+}
+
+TEST(TrackReport, ThePageOfARetargetedMotionHasItsDirectionsAndWhatWasMissed)
+{
+    app::RetargetReport report;
+    report.motion = smallReport();
+    report.motion.directions = {{"left upper arm", {1.5, 2, 4.5, 12}}, {"trunk", {0.1, 0.2, 0.3, 13}}};
+    report.limits.directionMean = 1;
+    app::judge(report);
+    const app::Json data = dataOf(app::trackReportHtml(report.motion));
+    ASSERT_EQ(data["directions"].size(), 2u);
+    EXPECT_EQ(data["directions"][0]["name"], "left upper arm");
+    EXPECT_EQ(data["directions"][0]["degrees"]["worst"], 4.5);
+    EXPECT_EQ(data["directions"][0]["degrees"]["worst_frame"], 12);
+    EXPECT_EQ(data["report"]["met"], false);
+    EXPECT_EQ(data["facts"].back()[0], "missed");
+    for (const app::Json& fact : data["facts"])
+        EXPECT_NE(fact[0], "left upper arm") << "it stands in its table";
 }
 
 TEST(TrackReport, ReadsFrameRangesAndLimits)

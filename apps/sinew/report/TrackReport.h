@@ -46,6 +46,12 @@ struct StepReport {
     std::string joint;
 };
 
+/// How far apart a stretch of both figures points.
+struct DirectionReport {
+    std::string name; ///< `left upper arm` and the like
+    Spread degrees;
+};
+
 /// World positions of all joints, End Sites included, for every `stride`th frame: three floats a joint.
 struct TrackAnimation {
     std::size_t stride = 1;
@@ -88,6 +94,7 @@ struct TrackReport {
     bool missed = false; ///< the mean distance exceeds it
     std::vector<std::string> warnings;
     std::string title; ///< of the page, in the place of `tracked motion`
+    std::vector<DirectionReport> directions; ///< of a retargeted motion
     std::vector<std::pair<std::string, std::string>> facts; ///< further lines of the page: name and text
     TrackAnimation animation; ///< empty unless asked for
 

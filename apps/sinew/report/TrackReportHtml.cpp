@@ -108,6 +108,7 @@ Json pageData(const TrackReport& report)
     for (const auto& [name, text] : report.facts)
         facts.push_back({name, text});
     data["facts"] = std::move(facts);
+    data["directions"] = directionsJson(report);
     data["title"] = report.title;
     Json goals = Json::array();
     for (const GoalReport& goal : report.goals)

@@ -60,6 +60,14 @@ Json residualJson(const TrackReport& report)
 
 } // namespace
 
+Json directionsJson(const TrackReport& report)
+{
+    Json directions = Json::array();
+    for (const DirectionReport& direction : report.directions)
+        directions.push_back({{"name", direction.name}, {"degrees", spreadJson(direction.degrees)}});
+    return directions;
+}
+
 Json trackReportJson(const TrackReport& report)
 {
     const auto count = static_cast<double>(report.frames.size());

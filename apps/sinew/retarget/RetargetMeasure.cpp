@@ -273,7 +273,7 @@ void RetargetMeasure::finish()
 {
     summarise(m_Report.motion, m_Samples);
     for (const Stretch& stretch : m_Stretches)
-        m_Report.directions.push_back({stretch.name, spreadOf(stretch.degrees, 0)});
+        m_Report.motion.directions.push_back({stretch.name, spreadOf(stretch.degrees, 0)});
     summariseFeet();
 }
 

@@ -15,14 +15,6 @@ namespace {
 
 std::string percent(double share) { return rounded(100 * share, 2) + " %"; }
 
-Json spreadJson(const Spread& spread)
-{
-    return {{"mean", spread.mean},
-            {"p95", spread.p95},
-            {"worst", spread.worst},
-            {"worst_frame", spread.worstFrame}};
-}
-
 std::string directionRow(const DirectionReport& direction)
 {
     return fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", direction.name,
@@ -63,7 +55,7 @@ void judge(RetargetReport& report)
             report.missed.push_back(fmt::format("{}: {}{} is above the limit of {}{}", what,
                                                 rounded(value, 3), unit, rounded(*limit, 3), unit));
     };
-    for (const DirectionReport& direction : report.directions) {
+    for (const DirectionReport& direction : report.motion.directions) {
         check(limits.directionMean, direction.degrees.mean, direction.name + ", mean direction", " degrees");
         check(limits.directionWorst, direction.degrees.worst, direction.name + ", worst direction",
               " degrees");
@@ -83,14 +75,11 @@ void judge(RetargetReport& report)
                        fmt::format("{} joints; legs {} times, arms {} times as long as the source's",
                                    report.pairCount, rounded(report.legScale, 3),
                                    rounded(report.armScale, 3)));
-    for (const DirectionReport& direction : report.directions)
-        facts.emplace_back(direction.name,
-                           fmt::format("direction off by {} degrees, worst {} in frame {}",
-                                       rounded(direction.degrees.mean, 2),
-                                       rounded(direction.degrees.worst, 3), direction.degrees.worstFrame));
     for (const FootReport& foot : report.feet)
         facts.emplace_back(foot.name, footText(foot));
     facts.emplace_back("limits", limitsText(report));
+    for (const std::string& missed : report.missed)
+        facts.emplace_back("missed", missed);
 }
 
 std::string retargetReportText(const RetargetReport& report)
@@ -113,7 +102,7 @@ std::string retargetReportText(const RetargetReport& report)
                             rounded(motion.percent(goal.distance.worst), 3), goal.distance.worstFrame);
     text += fmt::format("\n  {:<16} {:>8} {:>8} {:>8} {:>7}\n", "direction (deg)", "mean", "p95", "worst",
                         "frame");
-    for (const DirectionReport& direction : report.directions)
+    for (const DirectionReport& direction : report.motion.directions)
         text += directionRow(direction);
     text += "\n";
     for (const FootReport& foot : report.feet)
@@ -149,10 +138,7 @@ Json retargetReportJson(const RetargetReport& report)
     json["target"] = report.target;
     json["pairs"] = report.pairCount;
     json["scale"] = {{"legs", report.legScale}, {"arms", report.armScale}};
-    Json directions = Json::array();
-    for (const DirectionReport& direction : report.directions)
-        directions.push_back({{"name", direction.name}, {"degrees", spreadJson(direction.degrees)}});
-    json["directions"] = std::move(directions);
+    json["directions"] = directionsJson(report.motion);
     Json feet = Json::array();
     for (const FootReport& foot : report.feet)
         feet.push_back({{"name", foot.name},

@@ -12,12 +12,6 @@
 
 namespace app {
 
-/// How far apart a stretch of both figures points.
-struct DirectionReport {
-    std::string name; ///< `left upper arm` and the like
-    Spread degrees;
-};
-
 /// A foot in the frames in which the source's stands.
 struct FootReport {
     std::string name;
@@ -42,7 +36,6 @@ struct RetargetReport {
     std::string mapTable;
     std::size_t pairCount = 0;
     double legScale = 1, armScale = 1;
-    std::vector<DirectionReport> directions;
     std::vector<FootReport> feet;
     std::size_t limitsExceeded = 0; ///< joints in frames outside their limits
     std::size_t limitedJoints = 0; ///< joints that have limits

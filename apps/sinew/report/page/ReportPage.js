@@ -8,6 +8,7 @@ const frameCount = source.length / (3 * jointCount);
 const first = report.frames.first;
 const height = report.figure.height;
 const frameSeconds = report.frames.frame_time * data.stride;
+const isAbove = !report.met && report.max_mean_error !== null;
 
 /** Positions from 16-bit steps in the box to file units. */
 function unpack(text) {
@@ -20,7 +21,7 @@ function unpack(text) {
 
 function number(value, digits = 3) {
   if (value === 0) return "0";
-  if (Math.abs(value) >= 1e7) return value.toExponential(2);
+  if (Math.abs(value) >= 1e7 || Math.abs(value) < 1e-4) return value.toExponential(1);
   const before = Math.floor(Math.log10(Math.abs(value))) + 1;
   return value.toLocaleString("en", { maximumFractionDigits: Math.min(8, Math.max(0, digits - before)) });
 }
@@ -39,7 +40,23 @@ function add(parent, tag, text, className) {
 function frameLink(parent, frame) {
   const link = add(parent, "button", String(frame), "link");
   link.type = "button";
-  link.onclick = () => { setPlaying(false); show((frame - first) / data.stride); };
+  link.onclick = (event) => { event.stopPropagation(); goTo(frame); };
+}
+
+/** A row of a table that leads to its worst frame, which stands in its last cell. */
+function linkRow(line, frame) {
+  frameLink(add(line, "td"), frame);
+  line.classList.add("linked");
+  line.dataset.frame = frame;
+  line.onclick = () => goTo(frame);
+}
+
+function goTo(frame) {
+  setPlaying(false);
+  show((frame - first) / data.stride);
+  const place = $("figure").getBoundingClientRect();
+  if (place.bottom < place.height / 2 || place.top > innerHeight - place.height / 2)
+    $("stage").scrollIntoView({ behavior: matchMedia("(prefers-reduced-motion: reduce)").matches ? "auto" : "smooth" });
 }
 
 // ---- Numbers ------------------------------------------------------------------------------------------------------
@@ -56,7 +73,8 @@ function fillHead() {
   const verdict = $("verdict");
   verdict.className = diverged || !report.met ? "bad" : "good";
   verdict.textContent = diverged ? `${plural(report.diverged.count, "frame")} diverged`
-    : !report.met ? "mean residual above the limit" : report.max_mean_error !== null ? "within the limit" : "no frame diverged";
+    : isAbove ? "mean residual above the limit" : !report.met ? "a limit was missed"
+    : report.max_mean_error !== null ? "within the limit" : "no frame diverged";
 }
 
 function fillTiles() {
@@ -64,21 +82,25 @@ function fillTiles() {
     const box = add($("tiles"), "div", undefined, bad ? "tile bad" : "tile");
     add(add(box, "b", value), "small", unit);
     add(box, "span", text);
+    box.title = `${value} ${unit} ${text}`;
   };
   if (report.residual) {
-    tile(number(report.residual.mean_percent), "%", "mean residual, of the height", !report.met);
-    tile(number(report.residual.worst_percent), "%", `worst residual, ${report.residual.worst_joint}`);
+    tile(number(report.residual.mean_percent), "%", "mean residual", isAbove);
+    tile(number(report.residual.worst_percent), "%", `worst, ${report.residual.worst_joint}`);
   }
   if (report.joint_step.solved)
-    tile(number(report.joint_step.solved.degrees), "°", `largest step (source ${number(report.joint_step.source.degrees)}°)`);
+    tile(number(report.joint_step.solved.degrees), "°", `largest step; source ${number(report.joint_step.source.degrees)}°`);
   tile(number(report.solve_seconds.mean * 1e6), "µs", "mean solve a frame");
-  tile(number(report.time.frames_per_second), "frames/s", "reading and writing included");
+  tile(number(report.time.frames_per_second), "frames/s", "with reading and writing");
   tile(number(report.diverged.count, 9), "", "frames diverged", report.diverged.count > 0);
 }
 
 function fillTables() {
-  const table = $("goals"), head = add(table, "tr");
-  for (const text of ["goal", "mean", "p95", "worst", "in frame"]) add(head, "th", text);
+  const table = $("goals"), directions = $("directions").querySelector("table");
+  for (const [parent, name] of [[table, "goal"], [directions, "stretch"]]) {
+    const head = add(parent, "tr");
+    for (const text of [name, "mean", "p95", "worst", "in frame"]) add(head, "th", text);
+  }
   const cell = (row, main, small) => {
     const box = add(row, "td", main);
     if (small) add(box, "small", small);
@@ -89,7 +111,7 @@ function fillTables() {
     for (const key of ["mean", "p95", "worst"])
       unit === "%" ? cell(line, `${number(spread[key + "_percent"])} %`, number(spread[key]))
                    : cell(line, `${number(spread[key])}°`);
-    frameLink(add(line, "td"), spread.worst_frame);
+    linkRow(line, spread.worst_frame);
   };
   for (const goal of report.goals) {
     if (goal.position) row(goal.joint, goal.role, goal.residual, "%");
@@ -98,6 +120,14 @@ function fillTables() {
   if (report.residual && report.goals.length > 1) row("all", "", report.residual, "%", "total");
   $("unit").textContent = `Distance of the joint from its goal: percent of the figure's height (${number(height, 4)} units), ` +
     "and below it in file units.";
+
+  $("directions").hidden = data.directions.length === 0;
+  for (const { name, degrees } of data.directions) {
+    const line = add(directions, "tr");
+    cell(line, name);
+    for (const key of ["mean", "p95", "worst"]) cell(line, `${number(degrees[key])}°`);
+    linkRow(line, degrees.worst_frame);
+  }
 
   const fact = (name, ...parts) => {
     const line = add($("facts"), "tr");
@@ -159,6 +189,7 @@ function prepare(canvas) {
 const upAxis = "XYZ".indexOf(report.figure.up[1]), upSign = report.figure.up[0] === "-" ? -1 : 1;
 const sideA = (upAxis + (upSign > 0 ? 1 : 2)) % 3, sideB = (upAxis + (upSign > 0 ? 2 : 1)) % 3;
 const ground = lowest();
+const reach = highest() - ground;
 const home = homeView();
 let view = { ...home }, sideBySide = false, following = true, withTrails = true;
 
@@ -166,6 +197,14 @@ function lowest() {
   let low = Infinity;
   for (let i = upAxis; i < source.length; i += 3) low = Math.min(low, upSign * source[i]);
   return low;
+}
+
+/** What the figures reach at most, so that no head is cut; a diverged frame must not make them dots. */
+function highest() {
+  let high = ground + height;
+  for (const points of [source, solved])
+    for (let i = upAxis; i < points.length; i += 3) high = Math.max(high, upSign * points[i]);
+  return Math.min(high, ground + 1.7 * height);
 }
 
 /** Three quarters from the front where left and right are known. */
@@ -192,11 +231,11 @@ function makeCamera(width, tall, frame) {
   const centre = [0, 0, 0], base = 3 * frame * jointCount;
   if (following) {
     for (const a of [sideA, sideB]) centre[a] = source[base + a];
-    centre[upAxis] = upSign * (ground + 0.53 * height);
+    centre[upAxis] = upSign * (ground + 0.53 * reach);
   } else {
     for (const a of [0, 1, 2]) centre[a] = data.box.low[a] + height + extent[a] / 2;
   }
-  const span = following ? 1.28 * height : 1.15 * Math.max(height, extent[upAxis]);
+  const span = following ? 1.28 * reach : 1.15 * Math.max(height, extent[upAxis]);
   const wide = following ? (sideBySide ? 2.2 : 1.2) * height : Math.hypot(extent[sideA], extent[sideB]) + height;
   const scale = view.zoom * Math.min(tall / span, width / wide);
   const c = Math.cos(view.turn), s = Math.sin(view.turn), ct = Math.cos(view.tilt), st = Math.sin(view.tilt);
@@ -320,7 +359,7 @@ function addPlot(title, unit, lines, note) {
     line.value = add(key, "output");
   }
   add(bar, "span", undefined, "grow");
-  add(bar, "span", note, "quiet small");
+  add(bar, "span", note, "quiet small note").title = note;
   const canvas = add(card, "canvas");
   const all = lines.flatMap((line) => line.values), sorted = Float64Array.from(all).sort();
   const worst = sorted[sorted.length - 1] || 0, usual = sorted[Math.floor(0.98 * (sorted.length - 1))] || 0;
@@ -467,6 +506,8 @@ function drawAll() {
   drawPlots();
   const number = first + frame * data.stride;
   $("scrub").value = frame;
+  for (const line of document.querySelectorAll("tr.linked"))
+    line.classList.toggle("shown", Math.round((line.dataset.frame - first) / data.stride) === frame);
   $("now").textContent = `frame ${number}, ${((number - first) * report.frames.frame_time).toFixed(2)} s`;
 }
 function show(at) {
