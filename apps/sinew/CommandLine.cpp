@@ -8,17 +8,23 @@
 #include "retarget/RetargetCommand.h"
 #include "run/RunCommand.h"
 #include "shared/Console.h"
+#include "shared/OptionRange.h"
+#include "shot/ScenePicture.h"
 #include "shot/ShotCommand.h"
 #include "track/TrackCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <refhost/NearMiss.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <new>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace app {
@@ -26,6 +32,8 @@ namespace app {
 namespace {
 
 constexpr const char* kVersion = "0.1.0";
+constexpr double kMostNumber = 1e6; // more is a slip
+constexpr double kMostTime = 1e9; // seconds, as far as a scene goes
 
 /// What the chosen subcommand does once its options are read.
 using Action = std::function<int()>;
@@ -51,8 +59,11 @@ void addInfo(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command = program.add_subcommand("info", "Tells what is in a motion file.");
-    command->add_option("FILE", options->motion.file, "BVH, glTF, GLB, VRM or VRMA file")
+    command
+        ->add_option("FILE", options->motion.file,
+                     "BVH, glTF, GLB, VRM or VRMA file, or a scene; - for the\nstandard input")
         ->type_name("")
+        ->check(fileName())
         ->required();
     command
         ->add_option(
@@ -74,23 +85,30 @@ void addInfo(CLI::App& program, Action& action)
     command->callback([options, &action] { action = [options] { return runInfo(*options); }; });
 }
 
+void addSteps(CLI::App& command, std::uint32_t& steps, double& tolerance)
+{
+    command.add_option("--steps", steps, "most iterations a frame")
+        ->type_name("COUNT")
+        ->check(wholeNumber(1, 1'000'000))
+        ->capture_default_str();
+    command.add_option("--tolerance", tolerance, "largest joint step (radians, units) that ends a solve")
+        ->type_name("STEP")
+        ->check(number(0, kMostNumber))
+        ->capture_default_str();
+}
+
 void addSolveOptions(CLI::App& command, TrackSettings& settings)
 {
-    command.add_option("--steps", settings.steps, "most iterations a frame")
-        ->type_name("COUNT")
-        ->capture_default_str();
-    command
-        .add_option("--tolerance", settings.tolerance,
-                    "largest joint step (radians, units) that ends a solve")
-        ->type_name("STEP")
-        ->capture_default_str();
+    addSteps(command, settings.steps, settings.tolerance);
     command.add_option("--precision", settings.precision, "damping: smaller follows the goals more stiffly")
         ->type_name("NUMBER")
+        ->check(positiveNumber(kMostNumber))
         ->capture_default_str();
     command
         .add_option("--pull", settings.pull,
                     "gain of the goals: larger is faster, and diverges\nbeyond a point")
         ->type_name("NUMBER")
+        ->check(positiveNumber(kMostNumber))
         ->capture_default_str();
     command.add_flag_callback(
         "--fixed-root", [&settings] { settings.translateRoot = false; },
@@ -99,20 +117,35 @@ void addSolveOptions(CLI::App& command, TrackSettings& settings)
                      "start every frame from rest rather than from the frame\nbefore");
 }
 
+void addReports(CLI::App& command, std::string& htmlFile, std::string& jsonFile, bool& json)
+{
+    command.add_option("--report", htmlFile, "write a page with the animated figures and plots")
+        ->type_name("FILE.html")
+        ->check(fileName());
+    command.add_option("--report-json", jsonFile, "write the report as JSON")
+        ->type_name("FILE")
+        ->check(fileName());
+    command.add_flag("--json", json, "write the report to the standard output as JSON");
+}
+
 void addTrack(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<TrackOptions>();
     CLI::App* command =
         program.add_subcommand("track", "Solves a motion anew from the motion of a few of its joints.");
     command
-        ->add_option("IN", options->motion.file,
-                     "file with the source motion: BVH or glTF (.bvh, .gltf,\n.glb, .vrm)")
+        ->add_option(
+            "IN", options->motion.file,
+            "file with the source motion: BVH or glTF (.bvh, .gltf,\n.glb, .vrm); - for the standard input")
         ->type_name("")
+        ->check(fileName())
         ->required();
     command
-        ->add_option("-o,--output", options->output,
-                     "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; may be IN")
+        ->add_option(
+            "-o,--output", options->output,
+            "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; - for the standard output")
         ->type_name("OUT")
+        ->check(fileName())
         ->required();
     command
         ->add_option("--goal", options->goals,
@@ -128,6 +161,7 @@ void addTrack(CLI::App& program, Action& action)
     command
         ->add_option("--rate", options->rate,
                      "of glTF: frames a second; without: as its keys come, or\n30 where they are few")
+        ->check(number(0.01, 1000))
         ->type_name("HZ");
     addSolveOptions(*command, options->settings);
     command
@@ -136,9 +170,7 @@ void addTrack(CLI::App& program, Action& action)
             "exit with 1 when the mean residual is larger: a share of\nthe figure's height, as in 0.1%, or a "
             "length in file units")
         ->type_name("LIMIT");
-    command->add_option("--report", options->htmlFile, "write a page with the animated figures and plots")
-        ->type_name("FILE.html");
-    command->add_flag("--json", options->json, "write the report to the standard output as JSON");
+    addReports(*command, options->htmlFile, options->jsonFile, options->json);
     addMotionOptions(*command, options->motion);
     command->footer(
         "Exit codes: 0 done, 1 done but --max-mean-error was missed, 2 bad input, 3 internal error.\n\n"
@@ -152,7 +184,9 @@ void addTrack(CLI::App& program, Action& action)
 void addRetargetLimits(CLI::App& command, RetargetLimits& limits)
 {
     const auto add = [&](const char* name, std::optional<double>& value, const char* what, const char* type) {
-        command.add_option(name, value, std::string("exit with 1 when ") + what)->type_name(type);
+        command.add_option(name, value, std::string("exit with 1 when ") + what)
+            ->type_name(type)
+            ->check(number(0, kMostNumber));
     };
     add("--max-direction", limits.directionMean, "a limb, trunk or head is further off\nin the mean",
         "DEGREES");
@@ -170,45 +204,46 @@ void addRetarget(CLI::App& program, Action& action)
         program.add_subcommand("retarget", "Drives a character from the motion of another one.");
     command
         ->add_option("FILES", options->files,
-                     "SOURCE TARGET: BVH or glTF files (.bvh, .gltf, .glb,\n.vrm); with several sources the "
-                     "target stands last")
+                     "SOURCE TARGET: BVH or glTF files (.bvh, .gltf, .glb,\n.vrm), one of them - for the "
+                     "standard input; with several\nsources the target stands last")
         ->type_name("")
+        ->check(fileName())
         ->required();
     command
-        ->add_option("-o,--output", options->output,
-                     "the target's file with the new motion, .bvh or .glb; a\nfolder for several sources")
+        ->add_option(
+            "-o,--output", options->output,
+            "the target's file with the new motion, .bvh or .glb; - for\nthe standard output; a folder for "
+            "several sources")
+        ->check(fileName())
         ->type_name("OUT");
-    command->add_option("--map", options->map, "pair joints as this file says")->type_name("FILE");
+    command->add_option("--format", options->format, "of `-o -`: bvh or glb; without: that of the target")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"bvh", "glb"}));
+    command->add_option("--map", options->map, "pair joints as this file says")
+        ->type_name("FILE")
+        ->check(fileName());
     command
         ->add_option("--write-map", options->writeMap,
                      "write the map that was found, to be edited; without -o\nnothing else is done")
+        ->check(fileName())
         ->type_name("FILE");
     command->add_option("--animation", options->settings.animation, "of a glTF source, from 0")
         ->type_name("INDEX")
+        ->check(wholeNumber(0, 1'000'000))
         ->capture_default_str();
     command->add_flag("--body", options->settings.body,
                       "give the bones of a BVH target simple solid shapes\nin a .glb");
     command->add_flag_callback(
         "--no-positions", [options] { options->settings.positions = false; },
         "orientations and hips alone: hands and feet follow no\npositions");
-    command->add_option("--steps", options->settings.steps, "most iterations a frame")
-        ->type_name("COUNT")
-        ->capture_default_str();
-    command
-        ->add_option("--tolerance", options->settings.tolerance,
-                     "largest joint step (radians, units) that ends a solve")
-        ->type_name("STEP")
-        ->capture_default_str();
+    addSteps(*command, options->settings.steps, options->settings.tolerance);
     addRetargetLimits(*command, options->limits);
-    command->add_option("--report", options->htmlFile, "write a page with the animated figures and plots")
-        ->type_name("FILE.html");
-    command->add_option("--report-json", options->jsonFile, "write the report as JSON")->type_name("FILE");
-    command->add_flag("--json", options->json, "write the report to the standard output as JSON");
+    addReports(*command, options->htmlFile, options->jsonFile, options->json);
     command
         ->add_option("--jobs", options->jobs,
                      "several sources: so many at a time; without: one for each\ncore")
         ->type_name("COUNT")
-        ->check(CLI::PositiveNumber);
+        ->check(wholeNumber(1, 256));
     command->add_flag("--again", options->again, "several sources: also those that are done and unchanged");
     command
         ->add_option("--offsets", options->offsets,
@@ -228,12 +263,12 @@ void addRetarget(CLI::App& program, Action& action)
 void addBench(CLI::App& program, Action& action)
 {
     auto options = std::make_shared<BenchOptions>();
-    CLI::App* command = program.add_subcommand("bench", "measure the solver on this machine");
+    CLI::App* command = program.add_subcommand("bench", "Measures the solver on this machine.");
     command->add_flag("--json", options->json, "write JSON to the standard output");
     command->add_flag("--hash-only", options->hashOnly,
                       "only the pose hashes, a line per work: equal on every machine and build");
     command->add_option("--repeat", options->repeat, "runs of each work; the fastest counts")
-        ->check(CLI::Range(1, 1000))
+        ->check(wholeNumber(1, 1000))
         ->capture_default_str();
     command->footer("Examples:\n"
                     "  sinew bench\n"
@@ -301,16 +336,23 @@ void addShot(CLI::App& program, Action& action)
     auto options = std::make_shared<ShotOptions>();
     CLI::App* command =
         program.add_subcommand("shot", "Draws a picture of a character, motion or scene, without a display.");
-    command->add_option("FILE", options->file, "BVH or glTF file, or a scene (.sinew.json)")
+    command
+        ->add_option("FILE", options->file,
+                     "BVH or glTF file, or a scene (.sinew.json); - for the\nstandard input")
         ->type_name("")
+        ->check(fileName())
         ->required();
     command
-        ->add_option("-o,--output", options->output,
-                     "the picture to write: PNG, or JPEG where the name ends in\n.jpg")
+        ->add_option(
+            "-o,--output", options->output,
+            "the picture to write: PNG, or JPEG where the name ends in\n.jpg; - for a PNG on the standard "
+            "output")
         ->type_name("PICTURE")
+        ->check(fileName())
         ->required();
     command->add_option("--time", options->time, "seconds; of a sheet, where it begins")
         ->type_name("T")
+        ->check(number(-kMostTime, kMostTime))
         ->capture_default_str();
     command->add_option("--animation", options->animation, "of glTF: which one; without: the first")
         ->type_name("NAME");
@@ -321,7 +363,8 @@ void addShot(CLI::App& program, Action& action)
         ->type_name("WxH")
         ->capture_default_str();
     command->add_option("--sheet", options->sheet, "a contact sheet of so many moments up to the last key")
-        ->type_name("COUNT");
+        ->type_name("COUNT")
+        ->check(wholeNumber(1, kMostMoments));
     command->add_option("--up", options->up, "y or z; without: guessed for BVH files, y for others")
         ->type_name("AXIS");
     command
@@ -363,15 +406,74 @@ int runGuarded(const Action& action)
     return kExitInternal;
 }
 
-/// What to say of words that the options don't cover, with the help that covers them.
-std::string parseMessage(const CLI::App& program, const CLI::ParseError& error, int argc,
-                         const char* const* argv)
+/// ` Did you mean 'track'?`, or nothing.
+std::string didYouMean(std::string_view typed, const std::vector<std::string>& known)
 {
-    if (const std::vector<CLI::App*> chosen = program.get_subcommands(); !chosen.empty())
-        return fmt::format("{}; see `sinew {} --help`", error.what(), chosen.front()->get_name());
-    if (argc > 1 && argv[1][0] != '-')
-        return fmt::format("'{}' is no subcommand; `sinew --help` lists them", argv[1]);
-    return fmt::format("{}; see `sinew --help`", error.what());
+    refhost::NearMiss near(typed);
+    for (const std::string& word : known)
+        near.offer(word);
+    return near.question();
+}
+
+/// The first word that looks like an option and is none of the subcommand's.
+std::optional<std::string> unknownOption(const CLI::App& command)
+{
+    for (const std::string& word : command.remaining())
+        if (word.size() > 1 && word.front() == '-')
+            return word.substr(0, word.find('='));
+    return std::nullopt;
+}
+
+std::string optionMessage(const CLI::App& command, const std::string& option)
+{
+    std::vector<std::string> known;
+    for (const CLI::Option* one : command.get_options())
+        for (const std::string& name : one->get_lnames())
+            known.push_back("--" + name);
+    return fmt::format("{} is no option of `sinew {}`.{} See `sinew {} --help`", option, command.get_name(),
+                       didYouMean(option, known), command.get_name());
+}
+
+/// What to say of words that the options don't cover, with the help that covers them.
+std::string parseMessage(const CLI::App& program, const CLI::ParseError& error)
+{
+    const std::vector<CLI::App*> chosen = program.get_subcommands();
+    if (chosen.empty())
+        return fmt::format("{}; see `sinew --help`", error.what());
+    const CLI::App& command = *chosen.front();
+    if (const std::optional<std::string> option = unknownOption(command))
+        return optionMessage(command, *option);
+    return fmt::format("{}; see `sinew {} --help`", error.what(), command.get_name());
+}
+
+std::vector<std::string> subcommandNames(const CLI::App& program)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
+
+std::string usageText(const CLI::App& program)
+{
+    std::string text = "no subcommand is given; there are\n";
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; }))
+        text += fmt::format("  {:<9} {}\n", command->get_name(), command->get_description());
+    return text + "`sinew help` tells more, and `sinew help SUBCOMMAND` all about one, with examples.\n";
+}
+
+/// The words with `help` and `version` put as the options that they stand for.
+std::vector<const char*> wordsOf(int argc, const char* const* argv)
+{
+    std::vector<const char*> words(argv, argv + argc);
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    if (first == "version")
+        words[1] = "--version";
+    if (first != "help")
+        return words;
+    words.erase(words.begin() + 1);
+    words.push_back("--help");
+    return words;
 }
 
 } // namespace
@@ -382,16 +484,28 @@ int runCommandLine(int argc, const char* const* argv)
     program.set_version_flag("--version", fmt::format("sinew {}", kVersion));
     program.require_subcommand(1);
     program.get_formatter()->column_width(34);
-    program.footer("`sinew SUBCOMMAND --help` tells more, with examples.");
+    program.footer("`sinew help SUBCOMMAND` tells more, with examples.");
     Action action;
     for (const auto add : kSubcommands)
         add(program, action);
+    if (argc < 2) {
+        print("sinew: " + usageText(program), stderr);
+        return kExitBadInput;
+    }
+    const std::vector<const char*> words = wordsOf(argc, argv);
+    const std::vector<std::string> names = subcommandNames(program);
+    if (const std::string_view first = words[1];
+        !first.starts_with('-') && std::find(names.begin(), names.end(), first) == names.end()) {
+        complain(fmt::format("'{}' is no subcommand.{} `sinew --help` lists them.", first,
+                             didYouMean(first, names)));
+        return kExitBadInput;
+    }
     try {
-        program.parse(argc, argv);
+        program.parse(static_cast<int>(words.size()), words.data());
     } catch (const CLI::Success& success) {
         return program.exit(success) == 0 && std::fflush(stdout) == 0 ? kExitDone : kExitInternal;
     } catch (const CLI::ParseError& error) {
-        complain(parseMessage(program, error, argc, argv));
+        complain(parseMessage(program, error));
         return kExitBadInput;
     }
     return runGuarded(action);

@@ -4,6 +4,7 @@
 #include "bvh/BvhReader.h"
 
 #include "bvh/OffsetRule.h"
+#include "formats/FileKind.h"
 
 #include <algorithm>
 #include <charconv>
@@ -61,14 +62,17 @@ BvhReadResult BvhReader::read()
 bool BvhReader::checkBytes()
 {
     const std::string_view text(m_Place, static_cast<std::size_t>(m_End - m_Place));
-    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
-        return fail(1, "the text is UTF-16; save the file as UTF-8 or ASCII");
     if (text.starts_with("\xEF\xBB\xBF"))
         m_Place += 3;
     // \x1A is how DOS programs end a text. Without the space at the end, what is missing is missed on the
     // last line.
     while (m_End > m_Place && (isSpace(m_End[-1]) || m_End[-1] == '\x1A'))
         --m_End;
+    const char* const start = m_Place;
+    const std::string_view first = word();
+    m_Place = start;
+    if (!equalsIgnoringCase(first, "hierarchy") && !equalsIgnoringCase(first, "root"))
+        return fail(1, notReadText(text));
     if (const void* zero = std::memchr(m_Place, 0, static_cast<std::size_t>(m_End - m_Place)))
         return fail(
             lineAt(static_cast<const char*>(zero)),
@@ -80,14 +84,9 @@ bool BvhReader::readHierarchy()
 {
     const std::string_view first = word();
     std::size_t line = lineAt(m_Place);
-    if (first.empty())
-        return fail(line, "the file is empty; a BVH starts with HIERARCHY");
     if (equalsIgnoringCase(first, "root")) {
         warn(line, "HIERARCHY is missing before the first ROOT; read as if it stood there");
         m_Place = first.data();
-    } else if (!equalsIgnoringCase(first, "hierarchy")) {
-        return fail(
-            line, "this is not a BVH file: it starts with " + quoted(first) + " where HIERARCHY is expected");
     }
     for (;;) {
         const std::string_view next = word();

@@ -36,33 +36,40 @@ bool writeAll(File file, std::string_view text)
     return written && closed;
 }
 
-} // namespace
-
-std::variant<std::string, FileError> readWholeFile(const std::string& path)
+/// To the end rather than by the size: pipes have none, and files grow.
+std::variant<std::string, FileError> readAll(std::FILE* file, const std::string& name, std::size_t expected)
 {
-    std::error_code ignored;
-    if (fs::is_directory(path, ignored))
-        return FileError{path + " is a folder; name a file in it"};
-    const File file(std::fopen(path.c_str(), "rb"));
-    if (!file)
-        return FileError{path + " cannot be opened: " + lastError()};
     std::string text;
-    if (const auto size = fs::file_size(path, ignored); !ignored && size <= kLargestFile)
-        text.reserve(static_cast<std::size_t>(size) + 1);
-    // Read to the end rather than by the size: pipes have none, and files grow.
+    text.reserve(expected);
     constexpr std::size_t kStep = 1 << 18;
     for (std::size_t got = kStep; got == kStep;) {
         const std::size_t before = text.size();
         text.resize(before + kStep);
-        got = std::fread(text.data() + before, 1, kStep, file.get());
+        got = std::fread(text.data() + before, 1, kStep, file);
         text.resize(before + got);
         if (text.size() > kLargestFile)
-            return FileError{path + " is larger than 1 GiB; split the motion into shorter files"};
+            return FileError{name + " is larger than 1 GiB; split the motion into shorter files"};
     }
-    if (std::ferror(file.get()) != 0)
-        return FileError{path + " cannot be read: " + lastError()};
+    if (std::ferror(file) != 0)
+        return FileError{name + " cannot be read: " + lastError()};
     return text;
 }
+
+} // namespace
+
+std::variant<std::string, FileError> readWholeFile(const std::string& path)
+{
+    std::error_code code;
+    if (fs::is_directory(path, code))
+        return FileError{path + " is a folder; name a file in it"};
+    const File file(std::fopen(path.c_str(), "rb"));
+    if (!file)
+        return FileError{path + " cannot be opened: " + lastError()};
+    const auto size = fs::file_size(path, code);
+    return readAll(file.get(), path, !code && size <= kLargestFile ? static_cast<std::size_t>(size) + 1 : 0);
+}
+
+std::variant<std::string, FileError> readStandardInput() { return readAll(stdin, "the standard input", 0); }
 
 std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view text)
 {

@@ -3,6 +3,7 @@
 #include "gltf/GltfContainer.h"
 
 #include "bvh/BvhText.h"
+#include "formats/FileKind.h"
 #include "formats/Files.h"
 #include "gltf/DataUri.h"
 #include "gltf/GlbChunks.h"
@@ -106,23 +107,17 @@ private:
 
     std::string_view fromFile(const JsonView& uri)
     {
-        const UriPath target = pathOfUri(uri.text());
+        const std::string name = formats::quoted(pathOfUri(uri.text()).path);
+        const UriPath target = fileOfUri(uri.text(), m_Source.folder);
         if (!target.fault.empty())
             refuse(uri.path(), target.fault);
-        if (m_Source.folder.empty())
-            refuse(uri.path(),
-                   "names a file (" + formats::quoted(target.path)
-                       + "), but these bytes come without a folder");
         const auto [known, isNew] = m_Files.try_emplace(target.path);
         if (!isNew)
             return known->second;
-        const std::string path = (std::filesystem::path(m_Source.folder) / target.path).string();
         std::error_code ignored;
-        if (!std::filesystem::is_regular_file(path, ignored))
-            refuse(uri.path(),
-                   "names " + formats::quoted(target.path)
-                       + ", which is not there; put the file beside this one");
-        std::variant<std::string, FileError> file = readWholeFile(path);
+        if (!std::filesystem::is_regular_file(target.path, ignored))
+            refuse(uri.path(), "names " + name + ", which is not there; put the file beside this one");
+        std::variant<std::string, FileError> file = readWholeFile(target.path);
         if (const auto* error = std::get_if<FileError>(&file))
             refuse(uri.path(), error->reason);
         return known->second = keep(std::get<std::string>(std::move(file)));
@@ -195,11 +190,8 @@ std::shared_ptr<GltfSource> openContainer(std::string bytes, const std::string& 
     } else {
         const std::string_view text = whole.starts_with("\xEF\xBB\xBF") ? whole.substr(3) : whole;
         const std::size_t first = text.find_first_not_of(" \t\r\n");
-        if (first == std::string_view::npos)
-            refuse(bytePlace(0), "the file is empty");
-        if (text[first] != '{')
-            refuse(bytePlace(whole.size() - text.size() + first),
-                   "this is no glTF file: it starts neither with 'glTF' nor with a JSON object");
+        if (first == std::string_view::npos || text[first] != '{')
+            refuse("", notReadText(whole));
         if (text.size() < whole.size())
             notes.push_back({bytePlace(0), "a byte order mark stands before the JSON; remove it"});
         chunks.json = text;
@@ -207,6 +199,8 @@ std::shared_ptr<GltfSource> openContainer(std::string bytes, const std::string& 
     }
     source->json = parseGltfJson(chunks.json, chunks.jsonStart);
     const JsonView root(source->json, "");
+    if (const auto format = root.find("format"); format && !root.find("asset") && format->json().is_string())
+        refuse("", "this is JSON of the format " + formats::quoted(format->text()) + ", not glTF");
     checkVersionAndExtensions(root);
     BufferFinder(*source, notes).findAll(root, chunks.binary);
     noteFileOddities(*source, notes);

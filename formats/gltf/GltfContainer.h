@@ -37,6 +37,8 @@ struct UriPath {
     std::string fault; // empty when the path can be opened
 };
 UriPath pathOfUri(std::string_view uri);
+/// The same with the folder in front, which there must be; links are followed within it only.
+UriPath fileOfUri(std::string_view uri, const std::string& folder);
 
 bool isDataUri(std::string_view uri);
 

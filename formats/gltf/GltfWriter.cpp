@@ -79,14 +79,11 @@ private:
             const auto uri = image.is_object() ? image.find("uri") : image.end();
             if (!image.is_object() || uri == image.end() || !uri->is_string())
                 continue;
-            const UriPath target = pathOfUri(uri->get_ref<const std::string&>());
-            if (!target.fault.empty())
-                continue;
-            const std::string path = (std::filesystem::path(m_Source.folder) / target.path).string();
+            const UriPath target = fileOfUri(uri->get_ref<const std::string&>(), m_Source.folder);
             std::error_code ignored;
-            if (!std::filesystem::is_regular_file(path, ignored))
+            if (!target.fault.empty() || !std::filesystem::is_regular_file(target.path, ignored))
                 continue;
-            const std::variant<std::string, FileError> bytes = readWholeFile(path);
+            const std::variant<std::string, FileError> bytes = readWholeFile(target.path);
             if (const auto* content = std::get_if<std::string>(&bytes))
                 takeImageIn(image, *content);
         }

@@ -5,8 +5,8 @@
 #include "commands/CommandText.h"
 #include "commands/EnableStates.h"
 #include "commands/HostCommand.h"
-#include "commands/NearMiss.h"
 #include "refhost/Host.h"
+#include "refhost/NearMiss.h"
 
 #include <algorithm>
 

@@ -3,9 +3,9 @@
 #include "commands/CommandText.h"
 #include "commands/HostCommand.h"
 #include "commands/Lookup.h"
-#include "commands/NearMiss.h"
 #include "refhost/DrawingPackage.h"
 #include "refhost/Host.h"
+#include "refhost/NearMiss.h"
 
 namespace refhost {
 namespace {

@@ -3,9 +3,9 @@
 #include "commands/Lookup.h"
 
 #include "commands/CommandText.h"
-#include "commands/NearMiss.h"
 #include "refhost/Command.h"
 #include "refhost/Host.h"
+#include "refhost/NearMiss.h"
 
 #include <algorithm>
 #include <charconv>

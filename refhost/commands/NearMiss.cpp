@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Edit distance between a typed word and the words that there are.
-#include "commands/NearMiss.h"
+#include "refhost/NearMiss.h"
 
 #include <algorithm>
 

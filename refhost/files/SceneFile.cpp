@@ -120,6 +120,27 @@ const DataKind* DataKinds::find(std::string_view name) const
     return found == m_Kinds.end() ? nullptr : &found->second;
 }
 
+bool isSceneText(std::string_view text)
+{
+    const std::size_t first = text.find_first_not_of("\xEF\xBB\xBF \t\r\n");
+    if (first == std::string_view::npos || text[first] != '{')
+        return false;
+    // The format stands first in what is written here; other writers may put it elsewhere.
+    const std::string value = '"' + std::string(kSceneFormatName) + '"';
+    for (std::size_t at = text.find(value); at != std::string_view::npos; at = text.find(value, at + 1)) {
+        std::string_view before = text.substr(0, at);
+        const auto trim = [&] { before = before.substr(0, before.find_last_not_of(" \t\r\n") + 1); };
+        trim();
+        if (!before.ends_with(':'))
+            continue;
+        before.remove_suffix(1);
+        trim();
+        if (before.ends_with("\"format\""))
+            return true;
+    }
+    return false;
+}
+
 ResultOf<std::unique_ptr<Scene>> readSceneFile(Host& host, const std::string& path)
 {
     using Answer = ResultOf<std::unique_ptr<Scene>>;

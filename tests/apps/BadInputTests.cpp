@@ -12,8 +12,10 @@ struct BadCall {
 };
 
 const BadCall kBadCalls[] = {
-    {{}, {"subcommand", "sinew --help"}},
+    {{}, {"no subcommand", "track", "sinew help"}},
     {{"frobnicate"}, {"'frobnicate'", "sinew --help"}},
+    {{"trak", "walk.bvh"}, {"Did you mean 'track'?"}},
+    {{"help", "inof"}, {"Did you mean 'info'?"}},
     {{"info"}, {"FILE", "sinew info --help"}},
     {{"info", "missing.bvh"}, {"missing.bvh", "No such file"}},
     {{"info", "."}, {"folder"}},
@@ -23,6 +25,13 @@ const BadCall kBadCalls[] = {
     {{"info", "walk.bvh", "--unit", "parsec"}, {"'parsec'", "cm"}},
     {{"info", "walk.bvh", "--up", "sideways"}, {"'sideways'", "x, y or z"}},
     {{"info", "walk.bvh", "--bogus"}, {"--bogus", "sinew info --help"}},
+    {{"info", "walk.bvh", "--jsn"}, {"Did you mean '--json'?"}},
+    {{"track", "walk.bvh", "--outptu=out.bvh"}, {"Did you mean '--output'?"}},
+    {{"info", "picture.bvh"}, {"picture.bvh:1: ", "a PNG picture", "BVH", "glTF"}},
+    {{"track", "film.fbx", "-o", "out.bvh"}, {"a binary FBX file", "BVH", "glTF"}},
+    {{"retarget", "walk.bvh", "page.glb", "-o", "out.glb"}, {"a web page", "BVH", "glTF"}},
+    {{"shot", "empty.glb", "-o", "out.png"}, {"the file is empty", "BVH", "glTF"}},
+    {{"track", "scene.json", "-o", "out.bvh"}, {"scene of `sinew run`", "scene.export"}},
     {{"info", "cut.bvh"}, {"cut.bvh:2:"}},
     {{"info", "binary.bvh"}, {"binary.bvh:"}},
     {{"track", "walk.bvh"}, {"--output", "sinew track --help"}},
@@ -32,17 +41,17 @@ const BadCall kBadCalls[] = {
     {{"track", "walk.bvh", "-o", "nowhere/out.bvh"}, {"no folder nowhere"}},
     {{"track", "walk.bvh", "-o", "."}, {"folder"}},
     {{"track", "walk.bvh", "-o", ""}, {"-o", "missing"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--report", "out.bvh"}, {"same file"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--report", "./walk.bvh"}, {"--report", "walk.bvh"}},
     {{"track", "walk.bvh", "-o", "out.bvh", "--goal", "LeftHnad"}, {"'LeftHnad'", "'LeftHand'"}},
     {{"track", "walk.bvh", "-o", "out.bvh", "--goal", "Head", "LeftHand"}, {"LeftHand"}},
     {{"track", "walk.bvh", "-o", "out.bvh", "--frames", "2:9"}, {"--frames 2:9", "0 to 4"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "0"}, {"--steps"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "-4"}, {"--steps"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "4000000000"}, {"--steps"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--precision", "0"}, {"--precision"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--pull", "nan"}, {"--pull"}},
-    {{"track", "walk.bvh", "-o", "out.bvh", "--tolerance", "-1"}, {"--tolerance"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "0"}, {"--steps", "1 to 1000000"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "-4"}, {"--steps", "1 to 1000000"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--steps", "4294967297"}, {"--steps", "1 to 1000000"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--precision", "0"}, {"--precision", "above 0"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--pull", "nan"}, {"--pull", "above 0"}},
+    {{"track", "walk.bvh", "-o", "out.bvh", "--tolerance", "-1"}, {"--tolerance", "0 to"}},
+    {{"retarget", "walk.bvh", "walk.bvh", "-o", "out.bvh", "--jobs", "0"}, {"--jobs", "1 to 256"}},
+    {{"shot", "walk.bvh", "-o", "out.png", "--sheet", "many"}, {"--sheet", "1 to 400"}},
     {{"track", "walk.bvh", "-o", "out.bvh", "--max-mean-error", "much"}, {"'much'", "0.1%"}},
     {{"track", "walk.bvh", "-o", "out.bvh", "--goal", "Head:rot", "--max-mean-error", "1"}, {"positions"}},
 };
@@ -59,6 +68,11 @@ TEST(BadInput, IsRefusedWithASentenceAndExitCodeTwo)
                 std::string("\x7f"
                             "ELF\x00\x01\xfe\x90",
                             8));
+    sinew.write("picture.bvh", "\x89PNG\r\n\x1a\n");
+    sinew.write("film.fbx", std::string("Kaydara FBX Binary  \0\x1a\0", 23));
+    sinew.write("page.glb", "<!DOCTYPE html><html></html>");
+    sinew.write("empty.glb", "");
+    sinew.write("scene.json", R"({"version": 1, "format": "sinew-scene", "items": []})");
     sinew.write("still.bvh", walkingFigure(0));
     sinew.write(
         "heap.bvh",
@@ -79,7 +93,7 @@ TEST(BadInput, IsRefusedWithASentenceAndExitCodeTwo)
         EXPECT_FALSE(sinew.exists("out.bvh"));
     }
     EXPECT_EQ(sinew.read("walk.bvh"), walk);
-    EXPECT_EQ(sinew.fileCount(), 5u);
+    EXPECT_EQ(sinew.fileCount(), 10u);
 }
 
 TEST(BadInput, HelpOfEverySubcommandHoldsAnExample)
@@ -92,7 +106,10 @@ TEST(BadInput, HelpOfEverySubcommandHoldsAnExample)
         const ProgramResult help = sinew({command, "--help"});
         EXPECT_EQ(help.code, 0);
         EXPECT_NE(help.out.find("\n  sinew " + command + " walk.bvh"), std::string::npos) << help.out;
+        EXPECT_EQ(sinew({"help", command}).out, help.out);
     }
+    EXPECT_EQ(sinew({"help"}).out, top.out);
+    EXPECT_EQ(sinew({"version"}).out, sinew({"--version"}).out);
 }
 
 TEST(BadInput, DeepestHierarchyThatIsReadIsSolved)

@@ -48,14 +48,16 @@ ProgramRun::~ProgramRun()
     fs::remove_all(m_Folder, ignored);
 }
 
-ProgramResult ProgramRun::operator()(const std::vector<std::string>& arguments) const
+ProgramResult ProgramRun::operator()(const std::vector<std::string>& arguments,
+                                     const std::string& input) const
 {
     // What the program says goes beside the folder, so that the folder holds its files alone.
     const std::string out = m_Folder.string() + ".out", err = m_Folder.string() + ".err";
-    std::string command = "cd " + quoted(m_Folder.string()) + " && " + quoted(SINEW_PROGRAM);
+    std::string command =
+        "cd " + quoted(m_Folder.string()) + " && cat " + quoted(input) + " | " + quoted(SINEW_PROGRAM);
     for (const std::string& argument : arguments)
         command += " " + quoted(argument);
-    command += " </dev/null >" + quoted(out) + " 2>" + quoted(err);
+    command += " >" + quoted(out) + " 2>" + quoted(err);
     const int status = std::system(command.c_str());
     ProgramResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(out), readText(err)};
     fs::remove(out);

@@ -26,7 +26,9 @@ public:
     ProgramRun(const ProgramRun&) = delete;
     ProgramRun& operator=(const ProgramRun&) = delete;
 
-    ProgramResult operator()(const std::vector<std::string>& arguments) const;
+    /// `input` names a file of the folder that is piped in.
+    ProgramResult operator()(const std::vector<std::string>& arguments,
+                             const std::string& input = "/dev/null") const;
 
     void write(const std::string& name, const std::string& text) const;
     /// The text of a file; fails the test when there is none.

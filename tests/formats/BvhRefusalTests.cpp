@@ -20,13 +20,13 @@ TEST(BvhRefusal, namesLineAndReason)
     const Refusal refusals[] = {
         {"empty", "", 1, "empty"},
         {"blank", " \r\n\r\n", 1, "empty"},
-        {"another format", "{ \"asset\": {} }", 1, "not a BVH"},
+        {"another format", "v 0 1 0\n", 1, "text that starts with 'v'; what is read is BVH"},
         {"UTF-16", std::string("\xFF\xFEH\0I\0", 6), 1, "UTF-16"},
         {"binary", replaced(kSmallFile, "Spine", std::string("Sp\0ne", 5)), 6, "zero byte"},
         {"garbage",
          "\x7F"
          "ELF\x02\x01\x01",
-         1, "'?ELF"},
+         1, "a program or library"},
         {"no root", "HIERARCHY\nMOTION\nFrames: 0\n", 2, "no ROOT"},
         {"unknown word", changed("OFFSET 0 6 1", "OFSET 0 6 1"), 12, "'OFSET' is unknown"},
         {"brace missing", changed("Spine\n\t{", "Spine\n"), 8, "a { is expected"},

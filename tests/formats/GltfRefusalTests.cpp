@@ -169,8 +169,9 @@ TEST(GltfRefusal, namesTheByteOfBrokenContainersAndTexts)
     const auto with = [&](std::size_t at, const std::string& bytes) {
         return std::string(glb).replace(at, bytes.size(), bytes);
     };
-    expectRefused(readGltf(""), "byte 0", "empty");
-    expectRefused(readGltf("HIERARCHY\nROOT"), "byte 0", "no glTF file");
+    expectRefused(readGltf(""), "", "empty");
+    expectRefused(readGltf("; FBX 7.4.0 project file"), "", "an FBX file");
+    expectRefused(readGltf(R"({"format": "other", "version": 1})"), "", "format 'other'");
     expectRefused(readGltf(glb.substr(0, 10)), "byte 10", "header");
     expectRefused(readGltf(glb.substr(0, 400)), "byte 8", "cut off");
     expectRefused(readGltf(with(4, SmallGltf::word(1))), "byte 4", "version 1");
@@ -215,6 +216,14 @@ TEST(GltfRefusal, opensNothingOutsideTheFolderOfTheFile)
     for (const std::string& uri :
          {"file://" + absolute, std::string("https://example.org/data.bin"), std::string("C:/data.bin")})
         expectRefused(readWith(uri), "buffers[0].uri", "another place");
+    // Links count as what they lead to.
+    std::error_code exists;
+    fs::create_symlink(outer / "data.bin", folder / "out.bin", exists);
+    fs::create_directory_symlink(outer, folder / "up", exists);
+    fs::create_symlink("below/my data%.bin", folder / "in.bin", exists);
+    for (const char* uri : {"out.bin", "up/data.bin", "./out.bin"})
+        expectRefused(readWith(uri), "buffers[0].uri", "leaves the folder");
+    EXPECT_EQ(mustReadGltf(readWith("in.bin")).nodes.size(), 3u);
     expectRefused(readWith("gone.bin"), "buffers[0].uri", "not there");
     expectRefused(readWith("below"), "buffers[0].uri", "not there");
     expectRefused(readWith("data:application/octet-stream;base64,@@@@"), "buffers[0].uri", "base64");

@@ -200,8 +200,12 @@ TEST(GltfWriter, severalBuffersBecomeOneAndImagesBesideTheFileComeAlong)
     const std::string path = save("parts.gltf", "");
     const std::string png("\x89PNG\r\n\x1a\n and more", 17);
     save("skin.png", png);
+    std::error_code exists;
     save("second buffer.bin", "abcdefgh" + small.bytes);
-    small.json["images"] = {{{"uri", "skin.png"}}, {{"uri", "gone.png"}}, {{"uri", "../parts.gltf"}}};
+    small.json["images"] = {
+        {{"uri", "skin.png"}}, {{"uri", "gone.png"}}, {{"uri", "../parts.gltf"}}, {{"uri", "linked.png"}}};
+    fs::create_symlink(save("../sinew_outside.png", png), fs::path(path).replace_filename("linked.png"),
+                       exists);
     small.json["extras"] = {{"note", {1, 2.5, nullptr, "\u00e4"}}};
     for (TestJson& view : small.json["bufferViews"]) {
         view["buffer"] = 1;
@@ -223,6 +227,7 @@ TEST(GltfWriter, severalBuffersBecomeOneAndImagesBesideTheFileComeAlong)
     EXPECT_EQ(after["extras"], small.json["extras"]);
     EXPECT_EQ(after["images"][1], small.json["images"][1]);
     EXPECT_EQ(after["images"][2], small.json["images"][2]);
+    EXPECT_EQ(after["images"][3], small.json["images"][3]) << "a link that leaves the folder is not followed";
     EXPECT_EQ(after["images"][0]["mimeType"], "image/png");
     EXPECT_EQ(kept[after["images"][0]["bufferView"].get<std::size_t>()], png);
     expectClip(mustReadGltf(readGltf(glb)), 1, clip);

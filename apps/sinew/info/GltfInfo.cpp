@@ -2,9 +2,12 @@
 // Summary, hierarchy and poses of a glTF file, as text and as JSON.
 #include "info/GltfInfo.h"
 
+#include "info/InfoText.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/GltfFile.h"
 #include "shared/Json.h"
+#include "shared/TextTable.h"
 
 #include <fmt/format.h>
 
@@ -106,9 +109,7 @@ std::vector<std::size_t> depths(const Gltf& gltf)
 
 std::string indented(const Gltf& gltf, int index, const std::vector<std::size_t>& depth)
 {
-    // A hierarchy may be a thousand levels deep; the indent stops where it would only push the text away.
-    const std::size_t levels = std::min<std::size_t>(depth[static_cast<std::size_t>(index)], 30);
-    return std::string(levels * 2, ' ') + printable(nodeAt(gltf, index).name);
+    return indentedName(nodeAt(gltf, index).name, depth[static_cast<std::size_t>(index)]);
 }
 
 std::string hierarchyText(const Gltf& gltf)
@@ -117,7 +118,7 @@ std::string hierarchyText(const Gltf& gltf)
     for (const int index : gltf.skeleton)
         bone[static_cast<std::size_t>(index)] = true;
     const std::vector<std::size_t> depth = depths(gltf);
-    std::string text = fmt::format("  {:<40} {:>30}  {:<16} {}\n", "node", "offset", "is", "keys");
+    TextTable table({{"node"}, {"offset", TextTable::Align::Right}, {"is"}, {"keys"}});
     for (const int index : gltf.order) {
         const GltfNode& node = nodeAt(gltf, index);
         const auto& offset = node.rest.translation;
@@ -127,19 +128,16 @@ std::string hierarchyText(const Gltf& gltf)
             : node.mesh >= 0                        ? "mesh"
             : bone[static_cast<std::size_t>(index)] ? "bone"
                                                     : "";
-        std::string line =
-            fmt::format("  {:<40} {:>30}  {:<16} {}", indented(gltf, index, depth),
-                        fmt::format("{} {} {}", rounded(offset[0]), rounded(offset[1]), rounded(offset[2])),
-                        is, animatedText(gltf, index));
-        line.erase(line.find_last_not_of(' ') + 1);
-        text += line + '\n';
+        table.add({indented(gltf, index, depth),
+                   fmt::format("{} {} {}", rounded(offset[0]), rounded(offset[1]), rounded(offset[2])),
+                   printable(is), animatedText(gltf, index)});
     }
-    return text;
+    return table.text();
 }
 
 std::string summaryText(const InfoOptions& options, const Gltf& gltf)
 {
-    const std::string& file = options.motion.file;
+    const std::string file = inputName(options.motion.file);
     std::string text = fmt::format("{}\n", printable(file));
     text += fmt::format("  format      glTF 2.0{}{}\n", gltf.vrm == formats::VrmKind::None ? "" : ", ",
                         vrmName(gltf));
@@ -224,7 +222,7 @@ Json summaryJson(const InfoOptions& options, const Gltf& gltf)
     Json notes = Json::array();
     for (const formats::GltfNote& note : gltf.notes)
         notes.push_back({{"place", note.place}, {"text", note.text}});
-    return {{"file", options.motion.file},
+    return {{"file", inputName(options.motion.file)},
             {"format", "glTF 2.0"},
             {"vrm", gltf.vrm == formats::VrmKind::None ? Json(nullptr) : Json(vrmName(gltf))},
             {"generator", gltf.generator},
@@ -264,27 +262,31 @@ int printPose(const InfoOptions& options, const Gltf& gltf)
                              {"position", at.position},
                              {"rotation", at.rotation}});
         }
-        print(jsonText({{"file", options.motion.file}, {"time", time}, {"nodes", std::move(nodes)}}));
+        print(jsonText(
+            {{"file", inputName(options.motion.file)}, {"time", time}, {"nodes", std::move(nodes)}}));
         return kExitDone;
     }
-    print(fmt::format("{}, {}: world position; rotation x, y, z, w\n", printable(options.motion.file),
-                      time.is_string() ? "rest pose" : rounded(time.get<double>()) + " s"));
     const std::vector<std::size_t> depth = depths(gltf);
+    std::vector<std::string> names;
+    std::vector<formats::WorldPose> poses;
     for (const int index : gltf.order) {
-        const auto [p, q] = formats::worldPose(world[static_cast<std::size_t>(index)]);
-        print(fmt::format("  {:<40} {:>10.4f} {:>10.4f} {:>10.4f}   {:>8.5f} {:>8.5f} {:>8.5f} {:>8.5f}\n",
-                          indented(gltf, index, depth), p[0], p[1], p[2], q[0], q[1], q[2], q[3]));
+        names.push_back(indented(gltf, index, depth));
+        poses.push_back(formats::worldPose(world[static_cast<std::size_t>(index)]));
     }
+    print(fmt::format("{}, {}: world position; rotation x, y, z, w\n",
+                      printable(inputName(options.motion.file)),
+                      time.is_string() ? "rest pose" : rounded(time.get<double>()) + " s")
+          + poseTable(names, poses));
     return kExitDone;
 }
 
 } // namespace
 
-int runGltfInfo(const InfoOptions& options)
+int runGltfInfo(const InfoOptions& options, std::string_view bytes)
 {
     if (!options.motion.unit.empty() || !options.motion.up.empty())
         throw BadInput("glTF states its unit (metres) and its up axis (+Y); leave --unit and --up out");
-    const Gltf gltf = readGltfMotion(options.motion.file);
+    const Gltf gltf = readGltfMotion(options.motion.file, bytes);
     if (!options.pose.empty())
         return printPose(options, gltf);
     print(options.json ? jsonText(summaryJson(options, gltf)) : summaryText(options, gltf));

@@ -2,12 +2,17 @@
 // Summary, hierarchy and poses of a motion file, as text and as JSON.
 #include "info/InfoCommand.h"
 
+#include "formats/FileKind.h"
 #include "info/GltfInfo.h"
+#include "info/InfoText.h"
+#include "info/SceneInfo.h"
 #include "shared/Console.h"
-#include "shared/GltfFile.h"
+#include "shared/Files.h"
 #include "shared/Json.h"
+#include "shared/TextTable.h"
 
 #include <fmt/format.h>
+#include <refhost/SceneFile.h>
 
 #include <algorithm>
 #include <charconv>
@@ -45,36 +50,37 @@ std::string channelText(const BvhJoint& joint)
 std::string jointName(const BvhJoint& joint)
 {
     if (!joint.endSite)
-        return printable(joint.name);
-    return joint.endSiteName.empty() ? "(end)" : fmt::format("(end {})", printable(joint.endSiteName));
+        return joint.name;
+    return joint.endSiteName.empty() ? "(end)" : fmt::format("(end {})", joint.endSiteName);
 }
 
 Json nameOf(const BvhJoint& joint) { return joint.endSite ? Json(nullptr) : Json(joint.name); }
 
-/// Levels above each joint; parents come first in a file.
-std::vector<std::size_t> depths(const BvhMotion& motion)
+/// By level in the hierarchy; parents come first in a file.
+std::vector<std::string> indentedNames(const BvhMotion& motion)
 {
-    std::vector<std::size_t> depth(motion.joints.size());
-    for (std::size_t i = 0; i < depth.size(); ++i)
+    std::vector<std::size_t> levels(motion.joints.size());
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
         if (motion.joints[i].parent >= 0)
-            depth[i] = depth[static_cast<std::size_t>(motion.joints[i].parent)] + 1;
-    return depth;
+            levels[i] = levels[static_cast<std::size_t>(motion.joints[i].parent)] + 1;
+        names.push_back(indentedName(jointName(motion.joints[i]), levels[i]));
+    }
+    return names;
 }
 
 std::string hierarchyText(const BvhMotion& motion)
 {
-    const std::vector<std::size_t> depth = depths(motion);
-    std::string text = fmt::format("  {:<40} {:>30}  {}\n", "joint", "offset", "channels");
+    const std::vector<std::string> names = indentedNames(motion);
+    TextTable table({{"joint"}, {"offset", TextTable::Align::Right}, {"channels"}});
     for (std::size_t i = 0; i < motion.joints.size(); ++i) {
         const BvhJoint& joint = motion.joints[i];
-        // A hierarchy may be a thousand levels deep; the indent stops where it would only push the text away.
-        const std::string name = std::string(std::min<std::size_t>(depth[i], 30) * 2, ' ') + jointName(joint);
         const std::string offset = fmt::format("{} {} {}", rounded(joint.offset[0]), rounded(joint.offset[1]),
                                                rounded(joint.offset[2]));
-        text += fmt::format("  {:<40} {:>30}  {}{}\n", name, offset, channelText(joint),
-                            joint.addsOffset ? " (added to the offset)" : "");
+        table.add(
+            {names[i], offset, channelText(joint) + (joint.addsOffset ? " (added to the offset)" : "")});
     }
-    return text;
+    return table.text();
 }
 
 std::string whyText(const MotionFile& file)
@@ -94,7 +100,7 @@ std::string summaryText(const InfoOptions& options, const MotionFile& file)
     const BvhMotion& motion = file.motion;
     const std::size_t joints = jointCount(motion);
     const double rate = motion.frameTime > 0 ? 1 / motion.frameTime : 0;
-    std::string text = fmt::format("{}\n", printable(options.motion.file));
+    std::string text = fmt::format("{}\n", printable(inputName(options.motion.file)));
     text += fmt::format("  joints  {} and {} End Site{}\n", joints, motion.joints.size() - joints,
                         motion.joints.size() - joints == 1 ? "" : "s");
     text += fmt::format("  frames  {} of {} s ({} a second), {} s in all\n", motion.frameCount,
@@ -139,7 +145,7 @@ Json summaryJson(const InfoOptions& options, const MotionFile& file)
     for (const formats::BvhWarning& warning : motion.warnings)
         warnings.push_back({{"line", warning.line}, {"text", warning.text}});
     const std::size_t count = jointCount(motion);
-    return {{"file", options.motion.file},
+    return {{"file", inputName(options.motion.file)},
             {"joint_count", count},
             {"end_site_count", motion.joints.size() - count},
             {"frame_count", motion.frameCount},
@@ -180,22 +186,15 @@ int printPose(const InfoOptions& options, const MotionFile& file)
                               {"parent", motion.joints[i].parent},
                               {"position", world[i].position},
                               {"rotation", world[i].rotation}});
-        print(jsonText({{"file", options.motion.file},
+        print(jsonText({{"file", inputName(options.motion.file)},
                         {"frame", frame},
                         {"time", motion.frameTime * static_cast<double>(frame)},
                         {"joints", std::move(joints)}}));
         return kExitDone;
     }
-    print(fmt::format("{}, frame {}: world position; rotation x, y, z, w\n", printable(options.motion.file),
-                      frame));
-    const std::vector<std::size_t> depth = depths(motion);
-    for (std::size_t i = 0; i < world.size(); ++i) {
-        const auto& [p, q] = world[i];
-        print(fmt::format("  {:<40} {:>10.4f} {:>10.4f} {:>10.4f}   {:>8.5f} {:>8.5f} {:>8.5f} {:>8.5f}\n",
-                          std::string(std::min<std::size_t>(depth[i], 30) * 2, ' ')
-                              + jointName(motion.joints[i]),
-                          p[0], p[1], p[2], q[0], q[1], q[2], q[3]));
-    }
+    print(fmt::format("{}, frame {}: world position; rotation x, y, z, w\n",
+                      printable(inputName(options.motion.file)), frame)
+          + poseTable(indentedNames(motion), world));
     return kExitDone;
 }
 
@@ -203,14 +202,19 @@ int printPose(const InfoOptions& options, const MotionFile& file)
 
 int runInfo(const InfoOptions& options)
 {
-    if (isGltfFile(options.motion.file))
-        return runGltfInfo(options);
+    const NamedFile file{"FILE", options.motion.file};
+    checkFiles({file}, {});
+    const std::string bytes = readInput(file, {});
+    if (refhost::isSceneText(bytes))
+        return runSceneInfo(options, bytes);
+    if (formats::isGltf(bytes))
+        return runGltfInfo(options, bytes);
     if (!options.animation.empty())
         throw BadInput("--animation is for glTF files; a BVH file has one motion");
-    const MotionFile file = readMotionFile(options.motion);
+    const MotionFile motion = readMotionFile(options.motion, bytes);
     if (!options.pose.empty())
-        return printPose(options, file);
-    print(options.json ? jsonText(summaryJson(options, file)) : summaryText(options, file));
+        return printPose(options, motion);
+    print(options.json ? jsonText(summaryJson(options, motion)) : summaryText(options, motion));
     return kExitDone;
 }
 

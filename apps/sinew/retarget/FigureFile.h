@@ -5,6 +5,7 @@
 #include "formats/Bvh.h"
 #include "formats/Gltf.h"
 #include "formats/HumanoidRoles.h"
+#include "shared/Files.h"
 
 #include <string>
 #include <variant>
@@ -13,7 +14,7 @@
 namespace app {
 
 struct FigureFile {
-    std::string path;
+    std::string path; ///< as messages call it
     std::variant<formats::BvhMotion, formats::Gltf> content;
     std::vector<formats::RoleJoint> joints; ///< one for each joint or node of the file, at rest
     formats::HumanoidRoles roles;
@@ -25,11 +26,10 @@ struct FigureFile {
     const std::string& name(int joint) const { return joints[static_cast<std::size_t>(joint)].name; }
 };
 
-struct FigureOptions {
-    std::string offsets = "guess"; ///< for BVH: guess, replace or add
-};
-
-/// Reads a BVH or glTF file by its content; throws BadInput where it is of no use.
-FigureFile readFigure(const std::string& path, const FigureOptions& options = {});
+/// Reads a BVH or glTF file, or for `-` the standard input, by its content; throws BadInput where it is of no
+/// use.
+/// See readInput for `outputs`; `offsets` is for BVH: guess, replace or add.
+FigureFile readFigure(const NamedFile& input, const std::vector<NamedFile>& outputs = {},
+                      const std::string& offsets = "guess");
 
 } // namespace app

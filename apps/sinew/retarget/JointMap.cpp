@@ -5,6 +5,7 @@
 #include "formats/JointNames.h"
 #include "formats/RolePairs.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 
 #include <fmt/format.h>
 
@@ -247,10 +248,7 @@ JointMap parseJointMap(std::string_view text, const std::string& path, const Fig
 
 JointMap readJointMap(const std::string& path, const FigureFile& source, const FigureFile& target)
 {
-    const std::variant<std::string, formats::FileError> text = formats::readWholeFile(path);
-    if (const auto* error = std::get_if<formats::FileError>(&text))
-        throw BadInput(error->reason);
-    return parseJointMap(std::get<std::string>(text), path, source, target);
+    return parseJointMap(readInput({"--map", path}, {}), inputName(path), source, target);
 }
 
 std::string jointMapFile(const JointMap& map, const FigureFile& source, const FigureFile& target)

@@ -5,8 +5,8 @@
 #include "formats/FileKind.h"
 #include "formats/Files.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/Json.h"
-#include "shared/OutputFile.h"
 #include "shared/Progress.h"
 
 #include <fmt/format.h>
@@ -140,6 +140,8 @@ private:
         const std::string map = m_Options.map.empty() ? std::string() : bytesOf(m_Options.map);
         const bool isBvh = !formats::isGltf(target);
         std::map<std::string, std::string> names;
+        std::vector<NamedFile> inputs = {{"TARGET", m_Target}, {"--map", m_Options.map}};
+        std::vector<NamedFile> outputs = {{"-o: the record", recordFile()}};
         for (std::size_t i = 0; i + 1 < m_Options.files.size(); ++i) {
             Work item;
             item.source = m_Options.files[i];
@@ -152,11 +154,9 @@ private:
             item.output = (folder / (stem + (isBvh ? ".bvh" : ".glb"))).string();
             item.reportFile = (folder / (stem + ".report.json")).string();
             item.errorFile = (folder / (stem + ".messages.txt")).string();
-            for (const std::string& input : {item.source, m_Target, m_Options.map})
-                if (!input.empty() && sameFile(item.output, input))
-                    throw BadInput(fmt::format("-o: the result {} would replace an input; give another "
-                                               "folder",
-                                               item.output));
+            inputs.push_back({"SOURCE", item.source});
+            for (const std::string& output : {item.output, item.reportFile, item.errorFile})
+                outputs.push_back({"-o: the result", output});
             Digest digest;
             digest.add(bytesOf(item.source));
             digest.add(target);
@@ -166,6 +166,7 @@ private:
             item.key = digest.text();
             m_Works.push_back(std::move(item));
         }
+        checkFiles(inputs, outputs);
     }
 
     std::string recordFile() const { return (fs::path(m_Options.output) / kRecordName).string(); }

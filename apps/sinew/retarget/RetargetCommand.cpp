@@ -7,8 +7,8 @@
 #include "retarget/RetargetRun.h"
 #include "shared/Clock.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/MotionFile.h"
-#include "shared/OutputFile.h"
 
 #include <fmt/format.h>
 
@@ -23,41 +23,14 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
 constexpr std::size_t kShownWarnings = 10;
-constexpr std::uint32_t kMostSteps = 1'000'000;
 
-void checkOptions(const RetargetOptions& options)
+std::vector<NamedFile> outputsOf(const RetargetOptions& options)
 {
-    if (options.settings.steps == 0 || options.settings.steps > kMostSteps)
-        throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", options.settings.steps, kMostSteps));
-    if (!std::isfinite(options.settings.tolerance) || !(options.settings.tolerance >= 0)
-        || options.settings.tolerance > 1e6)
-        throw BadInput("--tolerance: give a number from 0 and at most 1000000");
-    const auto limit = [](const char* name, std::optional<double> value) {
-        if (value && (!std::isfinite(*value) || *value < 0))
-            throw BadInput(fmt::format("{}: give a number from 0", name));
-    };
-    limit("--max-direction", options.limits.directionMean);
-    limit("--max-direction-worst", options.limits.directionWorst);
-    limit("--max-foot", options.limits.footMean);
-    limit("--max-hand", options.limits.handMean);
-    limit("--max-step", options.limits.stepRatio);
-    struct Named {
-        const char* option;
-        const std::string& path;
-    };
-    const Named outputs[] = {{"-o", options.output},
-                             {"--report", options.htmlFile},
-                             {"--report-json", options.jsonFile},
-                             {"--write-map", options.writeMap}};
-    for (const Named& output : outputs) {
-        if (output.path.empty())
-            continue;
-        checkOutputPlace(output.option, output.path);
-        for (const Named& other : outputs)
-            if (&other < &output && !other.path.empty() && sameFile(output.path, other.path))
-                throw BadInput(fmt::format("{} and {} name the same file; give them different names",
-                                           other.option, output.option));
-    }
+    return {{"-o", options.output},
+            {"--report", options.htmlFile},
+            {"--report-json", options.jsonFile},
+            {"--write-map", options.writeMap},
+            {"--json", options.json ? std::string(kStandardStream) : ""}};
 }
 
 void noteWarnings(const FigureFile& file, std::vector<std::string>& warnings)
@@ -79,12 +52,27 @@ std::string upOf(const FigureFile& target)
     return {up[axis] < 0 ? '-' : '+', "XYZ"[axis]};
 }
 
+/// What the standard output gets where no ending says it: the target's format, or what the user asks for.
+OutputFormat formatOf(const RetargetOptions& options, const FigureFile& target)
+{
+    if (options.output != kStandardStream) {
+        if (!options.format.empty())
+            throw BadInput("--format is for `-o -`; the ending of a file's name says which format to write");
+        return outputFormat(options.output);
+    }
+    const std::string format = options.format.empty() ? target.isGltf() ? "glb" : "bvh" : options.format;
+    return outputFormat("-." + format);
+}
+
 int retargetOne(const RetargetOptions& options)
 {
     const Clock::time_point start = Clock::now();
-    checkOptions(options);
-    const FigureFile source = readFigure(options.files[0], {options.offsets});
-    const FigureFile target = readFigure(options.files[1], {options.offsets});
+    const std::vector<NamedFile> outputs = outputsOf(options);
+    const NamedFile sourceFile{"SOURCE", options.files[0]}, targetFile{"TARGET", options.files[1]};
+    checkFiles({sourceFile, targetFile, {"--map", options.map}}, outputs);
+    std::FILE* const textStream = isPiped(outputs) ? stderr : stdout;
+    const FigureFile source = readFigure(sourceFile, outputs, options.offsets);
+    const FigureFile target = readFigure(targetFile, outputs, options.offsets);
     const JointMap map =
         options.map.empty() ? autoMap(source, target) : readJointMap(options.map, source, target);
     if (!options.writeMap.empty())
@@ -92,17 +80,17 @@ int retargetOne(const RetargetOptions& options)
     if (options.output.empty()) {
         for (const std::string& note : map.notes)
             complain(note);
-        print(jointMapTable(map, source, target));
+        print(jointMapTable(map, source, target), textStream);
         return kExitDone;
     }
 
     RetargetReport report;
-    report.target = options.files[1];
+    report.target = target.path;
     report.limits = options.limits;
     report.mapTable = jointMapTable(map, source, target);
-    report.motion.input = options.files[0];
-    report.motion.output = options.output;
-    report.motion.htmlFile = options.htmlFile;
+    report.motion.input = source.path;
+    report.motion.output = outputName(options.output);
+    report.motion.htmlFile = outputName(options.htmlFile);
     report.motion.up = upOf(target);
     report.motion.unit = "unknown";
     noteWarnings(source, report.motion.warnings);
@@ -110,8 +98,9 @@ int retargetOne(const RetargetOptions& options)
     report.motion.warnings.insert(report.motion.warnings.end(), map.notes.begin(), map.notes.end());
     RetargetRequest request;
     request.settings = options.settings;
-    request.format = outputFormat(options.output);
-    request.motionName = fs::path(options.files[0]).stem().string();
+    request.format = formatOf(options, target);
+    request.motionName =
+        options.files[0] == kStandardStream ? "motion" : fs::path(options.files[0]).stem().string();
     request.animationFrames = options.htmlFile.empty() ? 0 : kAnimationFrames;
     report.motion.readSeconds = secondsSince(start);
 
@@ -127,7 +116,10 @@ int retargetOne(const RetargetOptions& options)
         writeOutput(options.jsonFile, jsonText(retargetReportJson(report)));
     for (const std::string& warning : report.motion.warnings)
         complain(warning);
-    print(options.json ? jsonText(retargetReportJson(report)) : retargetReportText(report));
+    if (options.json)
+        print(jsonText(retargetReportJson(report)));
+    else
+        print(retargetReportText(report), textStream);
     return report.missed.empty() ? kExitDone : kExitMissed;
 }
 

@@ -12,7 +12,8 @@ namespace app {
 
 struct RetargetOptions {
     std::vector<std::string> files; ///< one source or several, then the target
-    std::string output; ///< a file, or for several sources a folder
+    std::string output; ///< a file, `-`, or for several sources a folder
+    std::string format; ///< bvh or glb: what `-` gets; empty: as the target
     std::string map, writeMap;
     std::string offsets = "guess";
     std::string htmlFile, jsonFile;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace app {
 
@@ -57,7 +56,7 @@ std::string atLine(std::string_view file, std::size_t line, std::string_view tex
 
 void complain(std::string_view text) { fmt::print(stderr, "sinew: {}\n", printable(text)); }
 
-void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void print(std::string_view text, std::FILE* stream) { std::fwrite(text.data(), 1, text.size(), stream); }
 
 std::string rounded(double value, int digits)
 {

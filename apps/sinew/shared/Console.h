@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,8 +32,8 @@ std::string atLine(std::string_view file, std::size_t line, std::string_view tex
 /// Writes `sinew: text` and a line end to the standard error stream.
 void complain(std::string_view text);
 
-/// Writes to the standard output.
-void print(std::string_view text);
+/// Writes to the standard output, or where that holds an output file, to the standard error stream.
+void print(std::string_view text, std::FILE* stream = stdout);
 
 /// A number for people: `digits` significant ones, no exponent where it can be avoided.
 std::string rounded(double value, int digits = 4);

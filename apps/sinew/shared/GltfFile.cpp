@@ -3,13 +3,13 @@
 #include "shared/GltfFile.h"
 
 #include "shared/Console.h"
+#include "shared/Files.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
 
 namespace app {
 
@@ -37,29 +37,11 @@ bool isGlbName(const std::string& file)
     return ending == ".glb" || ending == ".vrm" || ending == ".vrma";
 }
 
-bool isGltfFile(const std::string& file)
+formats::Gltf readGltfMotion(const std::string& file, std::string_view bytes)
 {
-    if (hasGltfEnding(file))
-        return true;
-    std::error_code ignored;
-    if (endingOf(file) == ".bvh" || !std::filesystem::is_regular_file(file, ignored))
-        return false;
-    char start[256] = {};
-    std::ifstream stream(file, std::ios::binary);
-    stream.read(start, sizeof start);
-    std::string_view text(start, static_cast<std::size_t>(stream.gcount()));
-    text.remove_prefix(std::min(text.find_first_not_of("\xEF\xBB\xBF \t\r\n"), text.size()));
-    return text.starts_with("glTF") || text.starts_with('{');
-}
-
-formats::Gltf readGltfMotion(const std::string& file)
-{
-    formats::GltfReadResult result = formats::readGltfFile(file);
+    formats::GltfReadResult result = formats::readGltf(bytes, folderOf(file));
     if (const auto* error = std::get_if<formats::GltfError>(&result))
-        // Of a file that cannot be opened the reason names it already.
-        throw BadInput(error->place.empty() && error->reason.starts_with(file)
-                           ? error->reason
-                           : atPlace(file, error->place, error->reason));
+        throw BadInput(atPlace(inputName(file), error->place, error->reason));
     return std::get<formats::Gltf>(std::move(result));
 }
 

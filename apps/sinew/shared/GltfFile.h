@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads the glTF file that a subcommand was given.
+// The glTF file that a subcommand was given.
 #pragma once
 
 #include "formats/Gltf.h"
@@ -14,12 +14,8 @@ bool hasGltfEnding(const std::string& file);
 /// Of .glb, .vrm and .vrma, whose content is a GLB.
 bool isGlbName(const std::string& file);
 
-/// Whether a file is to be read as glTF: by the ending of its name, or else by its first bytes. A pipe is not
-/// looked into.
-bool isGltfFile(const std::string& file);
-
-/// Reads the file; throws BadInput where it is of no use.
-formats::Gltf readGltfMotion(const std::string& file);
+/// Reads the bytes of a file; throws BadInput where they are of no use.
+formats::Gltf readGltfMotion(const std::string& file, std::string_view bytes);
 
 /// The animation that the user means: by name, else by index, else the first. Throws BadInput.
 std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation);

@@ -5,6 +5,7 @@
 #include "shared/Console.h"
 
 #include <fmt/format.h>
+#include <refhost/SceneFile.h>
 
 #include <algorithm>
 #include <charconv>
@@ -106,21 +107,29 @@ formats::OffsetRule offsetRule(const std::string& text)
 
 } // namespace
 
+std::string readMotionBytes(const NamedFile& file, const std::vector<NamedFile>& outputs)
+{
+    std::string bytes = readInput(file, outputs);
+    if (refhost::isSceneText(bytes))
+        throw BadInput(
+            inputName(file.path)
+            + ": this is a scene of `sinew run`, where scene.open and scene.export make a BVH or GLB file "
+              "of its motion; what is read here is BVH and glTF");
+    return bytes;
+}
+
 formats::BvhMotion readMotionText(const std::string& file, std::string_view text, const std::string& offsets)
 {
     formats::BvhReadResult result = formats::readBvh(text, formats::BvhReadOptions{offsetRule(offsets)});
     if (const auto* error = std::get_if<formats::BvhError>(&result))
-        throw BadInput(atLine(file, error->line, error->reason));
+        throw BadInput(atLine(inputName(file), error->line, error->reason));
     return std::get<formats::BvhMotion>(std::move(result));
 }
 
-MotionFile readMotionFile(const MotionOptions& options)
+MotionFile readMotionFile(const MotionOptions& options, std::string_view text)
 {
     MotionFile file;
-    std::variant<std::string, formats::FileError> text = formats::readWholeFile(options.file);
-    if (const auto* error = std::get_if<formats::FileError>(&text))
-        throw BadInput(error->reason);
-    file.motion = readMotionText(options.file, std::get<std::string>(text), options.offsets);
+    file.motion = readMotionText(options.file, text, options.offsets);
     file.figure = formats::guessFigure(file.motion);
     stateUp(options.up, file);
     stateUnit(options.unit, file);
@@ -134,7 +143,7 @@ std::string upText(const formats::FigureGuess& figure)
 
 std::string warningText(const MotionOptions& options, const formats::BvhWarning& warning)
 {
-    return printable(atLine(options.file, warning.line, warning.text));
+    return printable(atLine(inputName(options.file), warning.line, warning.text));
 }
 
 std::size_t jointCount(const formats::BvhMotion& motion)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "formats/Bvh.h"
+#include "shared/Files.h"
 
 #include <string>
 #include <string_view>
@@ -11,7 +12,7 @@ namespace app {
 
 /// What the user may know better than a guess; empty texts leave it to the guess.
 struct MotionOptions {
-    std::string file;
+    std::string file; ///< `-` for the standard input
     std::string offsets = "guess"; ///< guess, replace or add
     std::string unit; ///< name of a unit, or its length in metres
     std::string up; ///< x, y, z with an optional sign
@@ -24,8 +25,12 @@ struct MotionFile {
     bool upStated = false;
 };
 
-/// Reads the file; throws BadInput where it or an option is of no use.
-MotionFile readMotionFile(const MotionOptions& options);
+/// The bytes of a file that must hold a motion or a character; throws BadInput where they can't be had, or
+/// are those of a scene. See readInput.
+std::string readMotionBytes(const NamedFile& file, const std::vector<NamedFile>& outputs);
+
+/// Reads the text of the BVH file; throws BadInput where it or an option is of no use.
+MotionFile readMotionFile(const MotionOptions& options, std::string_view text);
 
 /// Reads the text of a BVH file, which messages call `file`; `offsets` is guess, replace or add. Throws
 /// BadInput.

@@ -2,18 +2,19 @@
 // Opens a file in a host and writes a picture of it.
 #include "shot/ShotCommand.h"
 
+#include "formats/FileKind.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/GltfFile.h"
 #include "shared/MotionFile.h"
 #include "shared/Plugin.h"
 #include "shot/ScenePicture.h"
 
-#include <refhost/Commands.h>
 #include <refhost/Host.h>
 #include <refhost/MotionImport.h>
+#include <refhost/SceneFile.h>
 
 #include <algorithm>
-#include <filesystem>
 
 namespace app {
 
@@ -27,14 +28,6 @@ struct Opened {
     Scene& scene;
     refhost::UpAxis up = refhost::UpAxis::Y;
 };
-
-bool isSceneFile(const std::string& file)
-{
-    std::string ending = std::filesystem::path(file).extension().string();
-    for (char& c : ending)
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return ending == ".json";
-}
 
 PictureSettings settingsOf(const ShotOptions& options)
 {
@@ -54,47 +47,45 @@ PictureSettings settingsOf(const ShotOptions& options)
     return settings;
 }
 
-Scene& openScene(Host& host, const std::string& file)
+Scene& openScene(Host& host, const std::string& name, std::string_view text)
 {
     loadPlugin(host); // rigs are shown as they are solved
-    host.newScene();
-    refhost::Commands& commands = refhost::Commands::of(host);
-    const auto command = commands.spawn("scene.open");
-    if (const refhost::Result set = command.value->arguments().setText(0, file); !set.ok())
-        throw BadInput(set.message);
-    if (const refhost::CommandResult done = commands.execute(*command.value); !done.ok())
-        throw BadInput(done.message);
-    return *host.currentScene();
+    refhost::ResultOf<std::unique_ptr<Scene>> scene = refhost::readSceneText(host, text, name);
+    if (!scene.ok())
+        throw BadInput(atPlace(name, "", scene.message));
+    return host.addScene(std::move(scene.value));
 }
 
 Opened open(Host& host, const ShotOptions& options)
 {
-    const std::string& file = options.file;
-    const bool isGltf = !isSceneFile(file) && isGltfFile(file);
+    const NamedFile file{"FILE", options.file}, output{"-o", options.output};
+    checkFiles({file}, {output});
+    const std::string name = inputName(options.file), bytes = readInput(file, {output});
+    const bool isScene = refhost::isSceneText(bytes), isGltf = !isScene && formats::isGltf(bytes);
     if (!isGltf && !options.animation.empty())
         throw BadInput("--animation is for glTF files; a BVH file has one motion, a scene its own");
-    if (isSceneFile(file))
-        return {openScene(host, file)};
+    if (isScene)
+        return {openScene(host, name, bytes)};
     Opened opened{host.newScene()};
     refhost::ResultOf<refhost::MotionImport> done;
     refhost::Step step(opened.scene.journal(), "import");
     if (isGltf) {
-        const formats::Gltf gltf = readGltfMotion(file);
+        const formats::Gltf gltf = readGltfMotion(options.file, bytes);
         done = refhost::importMotion(opened.scene, gltf,
                                      {.animation = chosenAnimation(gltf, options.animation)});
     } else {
         MotionOptions motion;
-        motion.file = file;
-        const MotionFile read = readMotionFile(motion);
+        motion.file = options.file;
+        const MotionFile read = readMotionFile(motion, bytes);
         done = refhost::importMotion(opened.scene, read.motion);
         opened.up = read.figure.upAxis == 2 ? refhost::UpAxis::Z : refhost::UpAxis::Y;
     }
     if (!done.ok())
-        throw BadInput(atPlace(file, "", done.message));
+        throw BadInput(atPlace(name, "", done.message));
     if (const refhost::Result kept = step.commit(); !kept.ok())
-        throw BadInput(atPlace(file, "", kept.message));
+        throw BadInput(atPlace(name, "", kept.message));
     for (const std::string& warning : done.value.warnings)
-        complain(atPlace(file, "", warning));
+        complain(atPlace(name, "", warning));
     return opened;
 }
 
@@ -103,8 +94,6 @@ Opened open(Host& host, const ShotOptions& options)
 int runShot(const ShotOptions& options)
 {
     PictureSettings settings = settingsOf(options);
-    if (options.sheet < 0 || options.sheet > kMostMoments)
-        throw BadInput("--sheet: a sheet has 1 to " + std::to_string(kMostMoments) + " moments");
     if (!render::imageFormatOf(options.output))
         throw BadInput(atPlace("--output " + options.output, "", render::kImageEndings));
     Host host;
@@ -121,8 +110,11 @@ int runShot(const ShotOptions& options)
             ? sceneSheet(studio, opened.scene, settings, options.time,
                          std::max(lastKeyTime(opened.scene), options.time), options.sheet)
             : scenePicture(studio, opened.scene, options.time, settings);
-        if (const auto problem = render::writeImage(options.output, image))
-            throw BadInput(*problem);
+        const auto bytes = render::imageBytes(image, *render::imageFormatOf(options.output));
+        if (!bytes)
+            throw BadInput(outputName(options.output)
+                           + ": the picture could not be encoded; make it smaller");
+        writeOutput(options.output, *bytes);
     } catch (const render::RenderError& error) {
         throw BadInput(error.what());
     }

@@ -6,8 +6,8 @@
 #include "report/TrackReportJson.h"
 #include "shared/Clock.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/Json.h"
-#include "shared/OutputFile.h"
 #include "track/TrackInput.h"
 #include "track/TrackRun.h"
 
@@ -15,51 +15,26 @@
 
 #include <charconv>
 #include <cmath>
-#include <filesystem>
 
 namespace app {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::size_t kAnimationFrames = 3000; // keeps the page at a few megabytes
-constexpr std::uint32_t kMostSteps = 1'000'000;
 
-void requireNumber(const char* option, double value, bool zeroToo)
+std::vector<NamedFile> outputsOf(const TrackOptions& options)
 {
-    if (!std::isfinite(value) || !(zeroToo ? value >= 0 : value > 0) || value > 1e6)
-        throw BadInput(fmt::format("{}: {} won't do; give a number {} 0 and at most 1000000", option, value,
-                                   zeroToo ? "from" : "above"));
-}
-
-void checkSettings(const TrackSettings& settings)
-{
-    if (settings.steps == 0 || settings.steps > kMostSteps)
-        throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", settings.steps, kMostSteps));
-    requireNumber("--tolerance", settings.tolerance, true);
-    requireNumber("--precision", settings.precision, false);
-    requireNumber("--pull", settings.pull, false);
-}
-
-void checkPlaces(const TrackOptions& options)
-{
-    checkOutputPlace("-o", options.output);
-    if (options.htmlFile.empty())
-        return;
-    checkOutputPlace("--report", options.htmlFile);
-    if (sameFile(options.htmlFile, options.output))
-        throw BadInput("--report and -o name the same file; give them different names");
-    if (sameFile(options.htmlFile, options.motion.file))
-        throw BadInput(
-            fmt::format("--report: {} is the motion that is read; give another name", options.htmlFile));
+    return {{"-o", options.output},
+            {"--report", options.htmlFile},
+            {"--report-json", options.jsonFile},
+            {"--json", options.json ? std::string(kStandardStream) : ""}};
 }
 
 void describe(const TrackOptions& options, TrackReport& report)
 {
-    report.input = options.motion.file;
-    report.output = options.output;
-    report.htmlFile = options.htmlFile;
+    report.input = inputName(options.motion.file);
+    report.output = outputName(options.output);
+    report.htmlFile = outputName(options.htmlFile);
     report.steps = options.settings.steps;
     report.tolerance = options.settings.tolerance;
     report.precision = options.settings.precision;
@@ -117,11 +92,13 @@ std::optional<double> parseMaxMeanError(const std::string& text, double height)
 int runTrack(const TrackOptions& options)
 {
     const Clock::time_point start = Clock::now();
-    checkSettings(options.settings);
-    checkPlaces(options);
+    const NamedFile input{"IN", options.motion.file};
+    const std::vector<NamedFile> outputs = outputsOf(options);
+    checkFiles({input}, outputs);
+    const std::string bytes = readMotionBytes(input, outputs);
     TrackReport report;
     describe(options, report);
-    const std::unique_ptr<TrackMotion> motion = openTrackMotion(options, report);
+    const std::unique_ptr<TrackMotion> motion = openTrackMotion(options, bytes, report);
     const FrameRange range = parseFrames(options.frames, report.fileFrames);
     report.firstFrame = range.first;
     report.lastFrame = range.last;
@@ -146,10 +123,15 @@ int runTrack(const TrackOptions& options)
     report.totalSeconds = secondsSince(start);
     if (!options.htmlFile.empty())
         writeOutput(options.htmlFile, trackReportHtml(report));
+    if (!options.jsonFile.empty())
+        writeOutput(options.jsonFile, jsonText(trackReportJson(report)));
 
     for (const std::string& warning : report.warnings)
         complain(warning);
-    print(options.json ? jsonText(trackReportJson(report)) : trackReportText(report));
+    if (options.json)
+        print(jsonText(trackReportJson(report)));
+    else
+        print(trackReportText(report), isPiped(outputs) ? stderr : stdout);
     return report.missed ? kExitMissed : kExitDone;
 }
 

@@ -14,7 +14,7 @@ namespace app {
 struct TrackOptions {
     MotionOptions motion;
     std::string output;
-    std::string htmlFile;
+    std::string htmlFile, jsonFile;
     std::vector<std::string> goals; ///< JOINT or JOINT:pos|rot|both; empty: hands, feet and head
     TrackSettings settings;
     std::string frames; ///< `A:B`, both included, from 0; empty: all

@@ -2,7 +2,9 @@
 // What differs between the formats before a motion is solved: options, unit, height, frames.
 #include "track/TrackInput.h"
 
+#include "formats/FileKind.h"
 #include "shared/Console.h"
+#include "shared/Files.h"
 #include "shared/GltfFile.h"
 #include "track/BvhTrackMotion.h"
 #include "track/GltfTrackMotion.h"
@@ -18,7 +20,6 @@ namespace {
 
 constexpr std::size_t kShownFileWarnings = 10;
 constexpr double kMostFrames = 200000; // hours of motion; beyond it is a mistake in the times
-constexpr double kLowestRate = 0.01, kHighestRate = 1000; // Hz
 
 /// The longest chain of bones, for figures that lie flat along the up axis; 1 where there is none.
 double longestChain(const std::vector<TrackJoint>& joints)
@@ -50,20 +51,20 @@ void tellOddities(const std::string& file, const std::vector<std::string>& texts
     throw BadInput(fmt::format("{}: the file has no frames, so there is no motion to track", file));
 }
 
-std::unique_ptr<TrackMotion> openBvh(const TrackOptions& options, TrackReport& report)
+std::unique_ptr<TrackMotion> openBvh(const TrackOptions& options, std::string_view bytes, TrackReport& report)
 {
-    const std::string& path = options.motion.file;
+    const std::string path = inputName(options.motion.file);
     if (!options.animation.empty() || options.rate)
         throw BadInput(
             fmt::format("--animation and --rate are for glTF; {} is a BVH file, which has one motion "
                         "and states its frame time: leave them out",
                         path));
+    MotionFile file = readMotionFile(options.motion, bytes);
     if (hasGltfEnding(options.output))
         throw BadInput(
             fmt::format("-o {}: the motion {} is a BVH file, so the output is one too; give a name "
                         "that ends in .bvh, or use `sinew retarget` to move a glTF character",
                         options.output, path));
-    MotionFile file = readMotionFile(options.motion);
     if (file.motion.frameCount == 0)
         refuseNoFrames(path);
     report.frameTime = file.motion.frameTime;
@@ -86,14 +87,11 @@ void checkGltfOptions(const TrackOptions& options)
         throw BadInput(
             "glTF states its unit (metres), its up axis (+Y) and where every joint is; leave --unit, "
             "--up and --offsets out");
-    if (options.rate && !(*options.rate >= kLowestRate && *options.rate <= kHighestRate))
-        throw BadInput(fmt::format("--rate: {} won't do; give frames a second, {} to {}", *options.rate,
-                                   kLowestRate, kHighestRate));
-    if (!isGlbName(options.output))
+    if (options.output != kStandardStream && !isGlbName(options.output))
         throw BadInput(
             fmt::format("-o {}: the motion {} is a glTF file, and its solved motion is written as a "
                         "GLB; give a name that ends in .glb",
-                        options.output, options.motion.file));
+                        options.output, inputName(options.motion.file)));
 }
 
 /// From the animation's first key to its last.
@@ -125,11 +123,12 @@ double restHeight(const std::vector<TrackJoint>& joints, const std::vector<forma
     return high - low > 1e-6 * longest ? high - low : longest;
 }
 
-std::unique_ptr<TrackMotion> openGltf(const TrackOptions& options, TrackReport& report)
+std::unique_ptr<TrackMotion> openGltf(const TrackOptions& options, std::string_view bytes,
+                                      TrackReport& report)
 {
+    const std::string path = inputName(options.motion.file);
+    formats::Gltf gltf = readGltfMotion(options.motion.file, bytes);
     checkGltfOptions(options);
-    const std::string& path = options.motion.file;
-    formats::Gltf gltf = readGltfMotion(path);
     if (gltf.skeleton.empty())
         throw BadInput(fmt::format("{}: the file has no nodes, so there is no skeleton to solve", path));
     if (gltf.animations.empty())
@@ -159,10 +158,11 @@ std::unique_ptr<TrackMotion> openGltf(const TrackOptions& options, TrackReport& 
 
 } // namespace
 
-std::unique_ptr<TrackMotion> openTrackMotion(const TrackOptions& options, TrackReport& report)
+std::unique_ptr<TrackMotion> openTrackMotion(const TrackOptions& options, std::string_view bytes,
+                                             TrackReport& report)
 {
     std::unique_ptr<TrackMotion> motion =
-        isGltfFile(options.motion.file) ? openGltf(options, report) : openBvh(options, report);
+        formats::isGltf(bytes) ? openGltf(options, bytes, report) : openBvh(options, bytes, report);
     report.fileFrames = motion->frameCount();
     report.jointCount =
         static_cast<std::size_t>(std::count_if(motion->joints().begin(), motion->joints().end(),

@@ -73,6 +73,9 @@ private:
     std::map<std::string, DataKind, std::less<>> m_Kinds;
 };
 
+/// Whether a text is that of a scene rather than of another JSON file; it may still be damaged.
+bool isSceneText(std::string_view text);
+
 /// Reads a file into a scene of its own that stands in no list yet (see Host::addScene); no other scene is
 /// touched. The message of a refusal says the file, the place in it (line and column, or a path such as
 /// `/items/17/parent`), the reason and what to do. Things that were mended or left out are told to the host
