@@ -26,12 +26,30 @@ const void* keyOf(const Channel& channel, Layer layer, int kind)
     return reinterpret_cast<const char*>(&channel) + kind * kLayerCount + static_cast<int>(layer);
 }
 
+bool sameBits(double a, double b)
+{
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+template <class Value>
+bool bothOrNone(const std::unique_ptr<Value>& a, const std::unique_ptr<Value>& b)
+{
+    return a && b ? *a == *b : !a && !b;
+}
+
 /// Exchanges the plain value and the shown value of a layer.
 class PlainEdit final : public SwapEdit {
 public:
     PlainEdit(Channel& channel, Layer layer, LayerValues state)
         : m_Channel(channel), m_Layer(layer), m_State(std::move(state))
     {
+    }
+    bool cameBack() const override
+    {
+        const LayerValues none, *there = m_Channel.values(m_Layer), &now = there ? *there : none;
+        return now.number.has_value() == m_State.number.has_value()
+            && (!now.number || sameBits(*now.number, *m_State.number)) && bothOrNone(now.text, m_State.text)
+            && bothOrNone(now.matrix, m_State.matrix) && bothOrNone(now.shown, m_State.shown);
     }
     const void* mergeKey() const override { return keyOf(m_Channel, m_Layer, 0); }
     // The later edit came on top of this one's result; what this one holds is still the state before both.
@@ -69,6 +87,13 @@ public:
     KeyEdit(Channel& channel, Layer layer, double timeSeconds, std::unique_ptr<KeyAndText> key)
         : m_Channel(channel), m_Layer(layer), m_Time(timeSeconds), m_Key(std::move(key))
     {
+    }
+    bool cameBack() const override
+    {
+        const KeyList& keys = m_Channel.keys(m_Layer);
+        const auto index = keys.find(m_Time);
+        return m_Key ? index && keys.keys()[*index] == m_Key->key && keys.text(*index) == m_Key->text
+                     : !index;
     }
     const void* mergeKey() const override { return keyOf(m_Channel, m_Layer, 1); }
     bool absorb(Edit& later) override { return static_cast<KeyEdit&>(later).m_Time == m_Time; }
@@ -115,11 +140,6 @@ private:
     Layer m_Layer;
     KeyList m_Keys;
 };
-
-bool sameBits(double a, double b)
-{
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
 
 // The layer's state without keys; a shown value whose time is over does not count any more.
 LayerValues stateOf(const Channel& channel, Layer layer)

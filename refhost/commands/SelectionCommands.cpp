@@ -19,6 +19,9 @@ Result add(Invocation& invocation)
 Result clear(Invocation& invocation) { return invocation.host().selection().clear(SelectionType::Item); }
 Result set(Invocation& invocation)
 {
+    const auto& packets = invocation.host().selection().packets(SelectionType::Item);
+    if (packets.size() == 1 && packets.front().item == invocation.arguments().item(0))
+        return {};
     Result result = clear(invocation);
     return result.ok() ? add(invocation) : result;
 }

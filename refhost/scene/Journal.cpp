@@ -4,6 +4,8 @@
 
 #include "refhost/Scene.h"
 
+#include <algorithm>
+
 namespace refhost {
 namespace {
 
@@ -43,8 +45,9 @@ Result Journal::commit()
     m_Starts.pop_back();
     if (!m_Starts.empty())
         return {};
+    const bool changes = hasChangedSince(0);
     StepRecord step = std::exchange(m_Open, {});
-    if (!step.edits.empty()) {
+    if (changes) {
         for (const auto& edit : step.edits)
             step.changesDocument = step.changesDocument || edit->changesDocument();
         step.serial = step.changesDocument ? ++m_LastSerial : documentState();
@@ -91,6 +94,13 @@ Result Journal::rollbackTo(std::size_t mark)
         return Result::failure("This mark is not inside the open step.");
     revertTo(mark);
     return {};
+}
+
+bool Journal::hasChangedSince(std::size_t mark) const
+{
+    return mark < m_Open.edits.size()
+        && !std::all_of(m_Open.edits.begin() + static_cast<std::ptrdiff_t>(mark), m_Open.edits.end(),
+                        [](const auto& edit) { return edit->cameBack(); });
 }
 
 // Clearing costs the size that the map once had, so a large one is thrown away instead.

@@ -134,6 +134,37 @@ TEST_F(JournalTests, RepeatedWritesOfOneChannelAreOneRecordUpToAMark)
     EXPECT_FALSE(x.isKeyed(Layer::Anim));
 }
 
+TEST_F(JournalTests, AStepInWhichAllValuesComeBackIsNone)
+{
+    begin();
+    Item& a = make("a");
+    Channel& x = *scene.addTransformItem(a, TransformKind::Position).value->channel("pos.X");
+    Channel& visible = *a.channel("visible");
+    commit();
+    ASSERT_TRUE(scene.journal().undo().ok());
+    ASSERT_TRUE(scene.journal().redo().ok());
+    const auto write = [&](double number) {
+        ASSERT_TRUE(scene.writeNumber(x, Action::Anim, 0, number, WriteMode::Plain).ok());
+        ASSERT_TRUE(scene.writeNumber(visible, Action::Anim, 0, number > 0, WriteMode::CreateKey).ok());
+    };
+    const auto steps = [&](std::initializer_list<double> numbers) {
+        const std::size_t before = scene.journal().undoCount();
+        begin();
+        for (const double number : numbers)
+            write(number);
+        commit();
+        return scene.journal().undoCount() - before;
+    };
+    EXPECT_EQ(steps({1}), 1u);
+    ASSERT_TRUE(scene.journal().undo().ok());
+    EXPECT_EQ(steps({1, 2}), 1u);
+    const std::uint64_t state = scene.journal().documentState();
+    EXPECT_EQ(steps({5, 0, 2}), 0u);
+    EXPECT_EQ(scene.journal().documentState(), state);
+    EXPECT_EQ(steps({3, 2, -0.0}), 1u);
+    EXPECT_EQ(steps({0.0}), 1u) << "bit by bit";
+}
+
 TEST_F(JournalTests, ListenersHearEveryChangeInBothDirections)
 {
     Recorder recorder(scene);

@@ -28,6 +28,8 @@ public:
     virtual void undo(Scene& scene, ChangeCause cause) = 0;
     /// False for what is no part of the document: the selection, a reset.
     virtual bool changesDocument() const { return true; }
+    /// Whether everything is again as it was before the edit, by what came later: undo would change nothing.
+    virtual bool cameBack() const { return false; }
     /// A key under which later edits of the same thing can join this one; null for edits that stand alone.
     virtual const void* mergeKey() const { return nullptr; }
     /// Takes over the result of `later`, which has the same key and was made just now. False when it cannot.
@@ -41,7 +43,7 @@ public:
     /// Opens a step; steps inside one join it. The label is what undo shows for the outermost step.
     Result begin(std::string_view label);
     /// Closes the innermost step. The outermost one becomes one entry of the undo list, unless nothing was
-    /// changed.
+    /// changed, or all values came back to where they were.
     Result commit();
     /// Takes back what the innermost step did and closes it.
     Result rollback();
@@ -53,6 +55,8 @@ public:
     /// Takes back what was done in the open step since the mark. A mark from before the innermost step is
     /// refused.
     Result rollbackTo(std::size_t mark);
+    /// Whether anything in the open step is other than it was at the mark.
+    bool hasChangedSince(std::size_t mark) const;
 
     /// Makes the edit and records it. Refused outside a step, and from within a notification.
     Result perform(std::unique_ptr<Edit> edit);
