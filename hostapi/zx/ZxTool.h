@@ -20,9 +20,9 @@ typedef struct ZxToolTable {
     /** [edit] Applies the attributes, as they stand, to the scene. The host calls it after a button event, a
      * move, or when the tool asked for it, with the packets of that event (interface VectorStack); all from
      * one button down to its button up belongs to one undo step. An evaluation writes
-     * the last result again; so after undo, redo, a change of time, a change of the scene that is not the
-     * tool's, and when another scene becomes current, the host makes the tool anew and carries the attributes
-     * over. */
+     * the last result again; so after undo, redo, taking back a press whose pointer never moved, a change of
+     * time, a change of the scene that is not the tool's, and when another scene becomes current, the host
+     * makes the tool anew and carries the attributes over. */
     zxresult (*evaluate)(ZxObject* self, ZxObject* stack);
     /** [load, edit] The packets that the tool wants (interface VectorType); kZxNotFound for none. The caller
      * releases it. */

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // tool.*, tools and gesture: the tool in use, and what the user's hand does with it.
 #include "commands/CommandText.h"
+#include "commands/GestureAim.h"
 #include "commands/HostCommand.h"
 #include "commands/Lookup.h"
 #include "refhost/Evaluation.h"
@@ -11,6 +12,7 @@
 #include "scene/ExactText.h"
 
 #include <cmath>
+#include <optional>
 
 namespace refhost {
 namespace {
@@ -69,8 +71,9 @@ Result placeOf(const Pixel& pixel, const std::string& what, Place& out)
     return {};
 }
 
-/// Two numbers are a pixel; anything else is an item, whose place in the view is meant.
-Result placeArgument(const Invocation& invocation, int index, Place& out)
+/// Two numbers are a pixel; anything else is an item, whose place in the view is meant and which is told in
+/// `named`.
+Result placeArgument(const Invocation& invocation, int index, Place& out, const Item** named = nullptr)
 {
     const std::string& text = invocation.arguments().text(index);
     if (const auto numbers = numbersFromText(text); numbers && numbers->size() == 2)
@@ -84,6 +87,8 @@ Result placeArgument(const Invocation& invocation, int index, Place& out)
     if (!channel || !Evaluation::of(*invocation.scene()).matrix(*channel, invocation.host().time(), place)
         || !ToolHost::of(invocation.host()).view().toScreen(place.offset, pixel))
         return Result::failure("'" + item.value->label() + "' has no place in the view.");
+    if (named)
+        *named = item.value;
     return placeOf(pixel, "'" + item.value->label() + "'", out);
 }
 
@@ -124,7 +129,22 @@ Result emptyPlace(const Invocation& invocation, Place& out)
     return Result::failure("The view has no empty place to click on. Show more with view.set size:5");
 }
 
-Result drag(Invocation& invocation, const Place& start, const Gesture& gesture)
+/// Presses, and tells the user when something else than the item that the gesture names is gripped.
+Result press(Invocation& invocation, const Place& start, const Item* wanted, const Gesture& gesture)
+{
+    ToolHost& tools = ToolHost::of(invocation.host());
+    std::optional<GestureAim> aim;
+    if (wanted)
+        aim.emplace(*wanted, invocation.host().time());
+    if (Result result = tools.press(start.x, start.y, gesture); !result.ok() || !aim)
+        return result;
+    const std::string told = aim->grippedInstead(tools.pressHandles(), tools.pressHandle());
+    if (!told.empty())
+        invocation.host().tell(MessageLevel::Warning, told);
+    return {};
+}
+
+Result drag(Invocation& invocation, const Place& start, const Item* wanted, const Gesture& gesture)
 {
     constexpr std::int32_t kMaximumSteps = 100000;
     ToolHost& tools = ToolHost::of(invocation.host());
@@ -135,7 +155,7 @@ Result drag(Invocation& invocation, const Place& start, const Gesture& gesture)
                                + std::to_string(kMaximumSteps) + ".");
     if (Result result = endOf(invocation, start, end); !result.ok())
         return result;
-    if (Result result = tools.press(start.x, start.y, gesture); !result.ok())
+    if (Result result = press(invocation, start, wanted, gesture); !result.ok())
         return result;
     for (std::int32_t i = 1; i <= steps; ++i) {
         const double share = static_cast<double>(i) / steps;
@@ -147,10 +167,10 @@ Result drag(Invocation& invocation, const Place& start, const Gesture& gesture)
     return tools.release(end.x, end.y);
 }
 
-Result click(ToolHost& tools, const Place& place, const Gesture& gesture)
+Result click(Invocation& invocation, const Place& place, const Item* wanted, const Gesture& gesture)
 {
-    const Result pressed = tools.press(place.x, place.y, gesture);
-    return pressed.ok() ? tools.release(place.x, place.y) : pressed;
+    const Result pressed = press(invocation, place, wanted, gesture);
+    return pressed.ok() ? ToolHost::of(invocation.host()).release(place.x, place.y) : pressed;
 }
 
 constexpr ArgumentRow kGestureArguments[] = {
@@ -193,16 +213,17 @@ Result gesture(Invocation& invocation)
     }
     if (what == "clear") {
         const Result result = emptyPlace(invocation, start);
-        return result.ok() ? click(tools, start, *gestureByName("lock")) : result;
+        return result.ok() ? click(invocation, start, nullptr, *gestureByName("lock")) : result;
     }
     if (!arguments.isSet(kFrom))
         return Result::failure("'from' is missing: say where the gesture begins, as in from:LeftHand");
-    if (Result result = placeArgument(invocation, kFrom, start); !result.ok())
+    const Item* item = nullptr;
+    if (Result result = placeArgument(invocation, kFrom, start, &item); !result.ok())
         return result;
     if (what == "lock" || what == "pin")
-        return click(tools, start, *gestureByName(what));
+        return click(invocation, start, item, *gestureByName(what));
     const Gesture& kind = *gestureByName(arguments.isSet(kKind) ? arguments.text(kKind) : "move");
-    return what == "press" ? tools.press(start.x, start.y, kind) : drag(invocation, start, kind);
+    return what == "press" ? press(invocation, start, item, kind) : drag(invocation, start, item, kind);
 }
 
 constexpr CommandRow kRows[] = {

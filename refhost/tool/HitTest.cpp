@@ -66,9 +66,9 @@ Nearness strokeNearness(const DrawElement& element, const View& view, const Pixe
 
 } // namespace
 
-int partAt(const DrawingList& list, const View& view, const Pixel& pixel)
+const DrawElement* elementAt(const DrawingList& list, const View& view, const Pixel& pixel)
 {
-    int part = -1;
+    const DrawElement* found = nullptr;
     Nearness best;
     for (const DrawElement& element : list.elements) {
         const bool isRound = element.kind == DrawKind::Disc || element.kind == DrawKind::Circle;
@@ -76,10 +76,16 @@ int partAt(const DrawingList& list, const View& view, const Pixel& pixel)
             isRound ? shapeNearness(element, view, pixel) : strokeNearness(element, view, pixel);
         if (here < best) {
             best = here;
-            part = static_cast<int>(element.part);
+            found = &element;
         }
     }
-    return part;
+    return found;
+}
+
+int partAt(const DrawingList& list, const View& view, const Pixel& pixel)
+{
+    const DrawElement* element = elementAt(list, view, pixel);
+    return element ? static_cast<int>(element->part) : -1;
 }
 
 } // namespace refhost

@@ -100,7 +100,7 @@ void ToolHost::afterChange(Scene& scene, const Change& change)
         return;
     if (m_Press && m_Press->scene == &scene) {
         m_Press->over = m_Press->over || endsDrag(change.kind);
-        m_Press->shared = true;
+        m_Press->shared = m_Press->visited = true;
     }
     m_Ready = false;
     // What is selected is asked for by `initialise`, and is no result that could be written again.
@@ -249,17 +249,18 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
                                                    : can.message);
     if (Result begun = scene->journal().begin(m_Name); !begun.ok())
         return begun;
-    m_Press.emplace(Press{scene, &gesture, plainEvent(x, y), {}, scene->journal().depth()});
+    Journal& journal = scene->journal();
+    m_Press.emplace(Press{scene, &gesture, plainEvent(x, y), {}, journal.depth(), journal.mark()});
     ToolEvent& event = m_Press->event;
     m_Press->translation.begin(m_View, {static_cast<double>(x), static_cast<double>(y)});
     event.translation = &m_Press->translation;
     event.mode = gesture.mode;
     Result ready;
-    DrawingList handles;
+    m_PressHandles.elements.clear();
     {
         const Flag own(m_Own);
         ready = m_Tool->initialise(event);
-        Recorder recorder(handles, m_View);
+        Recorder recorder(m_PressHandles, m_View);
         if (ready.ok())
             ready = m_Tool->hitTest(event, recorder);
     }
@@ -269,9 +270,12 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
     }
     m_Ready = true;
     event.button = gesture.button;
-    event.part = refhost::partAt(handles, m_View, {static_cast<double>(x), static_cast<double>(y)});
-    m_Press->mark = scene->journal().mark();
-    return handle(&Tool::buttonDown, true);
+    m_PressHandle = elementAt(m_PressHandles, m_View, {static_cast<double>(x), static_cast<double>(y)});
+    event.part = m_PressHandle ? static_cast<int>(m_PressHandle->part) : -1;
+    m_Press->mark = m_Press->ready = journal.mark();
+    const Result result = handle(&Tool::buttonDown, true);
+    m_Press->pressed = journal.mark();
+    return result;
 }
 
 /// Gives an event to the tool and evaluates it. When either fails, all that the tool wrote in this press is
@@ -309,6 +313,7 @@ Result ToolHost::move(int x, int y)
     m_Press->event.currentY = y;
     m_Press->translation.movePointer({static_cast<double>(x), static_cast<double>(y)});
     m_Press->moved = true;
+    m_Press->travelled = m_Press->travelled || x != m_Press->event.startX || y != m_Press->event.startY;
     return handle(&Tool::move, true);
 }
 
@@ -335,6 +340,23 @@ Result ToolHost::cancel()
     return {};
 }
 
+/// Takes back what the tool made of a pointer that never moved. True when nothing is left of the press but
+/// what initialising added.
+bool ToolHost::takeBackIdle()
+{
+    Journal& journal = m_Press->scene->journal();
+    if (m_Press->visited)
+        return false; // what others did stays
+    if (m_Press->gesture->drags && !m_Press->travelled && journal.hasChangedSince(m_Press->pressed)) {
+        (void)journal.rollbackTo(m_Press->pressed);
+        m_Stale = true;
+    }
+    if (journal.hasChangedSince(m_Press->ready))
+        return false;
+    m_Stale = m_Stale || m_Press->ready > m_Press->begun;
+    return true;
+}
+
 /// Closes the step of the press, and lets the tool forget a press that did not come to its end.
 void ToolHost::finish(bool keep)
 {
@@ -343,7 +365,7 @@ void ToolHost::finish(bool keep)
     // Whoever opened a step meanwhile and left it open lost the right to take it back.
     while (journal.depth() > m_Press->depth && journal.commit().ok()) { }
     if (journal.depth() == m_Press->depth)
-        (void)(keep ? journal.commit() : journal.rollback());
+        (void)(keep && !takeBackIdle() ? journal.commit() : journal.rollback());
     // After a click the tool still remembers the drag before it, which may be out of date now.
     if (!keep || m_Press->over || !m_Press->gesture->drags)
         m_Stale = true;

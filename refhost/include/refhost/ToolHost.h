@@ -15,9 +15,11 @@
 namespace refhost {
 
 /// One tool of a host works on the current scene in one view. Each press with all that follows until the
-/// release is one undo step. The tool is evaluated after a button event, a move or at its own request, never
-/// else. After undo, redo, a change of time, and every change of the scene that is not its own, the tool
-/// object is made anew with its attributes carried over, so that it never writes an old result again.
+/// release is one undo step; one that changed nothing is none, and neither is a drag whose pointer never
+/// left its first pixel: what the tool made of that is taken back. The tool is evaluated after a button
+/// event, a move or at its own request, never else. After undo, redo, a change of time, and every change of
+/// the scene that is not its own, the tool object is made anew with its attributes carried over, so that it
+/// never writes an old result again.
 ///
 /// An event in which something fails takes back all that the tool wrote in this press; the next one may do.
 /// A press that can't go on (its item was deleted, the time changed) ends with what was done so far.
@@ -70,6 +72,11 @@ public:
                        : std::nullopt;
     }
 
+    /// The handles that could be hit when the button last went down, and the one of them that was; null for
+    /// none.
+    const DrawingList& pressHandles() const { return m_PressHandles; }
+    const DrawElement* pressHandle() const { return m_PressHandle; }
+
     // Drawing
 
     /// Appends the tool's handles to the list; nothing when it can't be used now. Changes nothing.
@@ -96,9 +103,14 @@ private:
         ToolEvent event;
         EventTranslation translation;
         std::size_t depth; ///< of the journal, with the step of this press
-        std::size_t mark = 0; ///< in the journal: what came behind is the tool's
+        std::size_t begun; ///< place in the journal when the step was opened
+        std::size_t ready = 0; ///< when the tool had been initialised
+        std::size_t pressed = 0; ///< when the tool had been told of the button
+        std::size_t mark = 0; ///< what came behind is the tool's
         bool shared = false; ///< somebody else changed the scene since the mark
-        bool moved = false;
+        bool visited = false; ///< somebody else changed the scene in this press
+        bool moved = false; ///< the tool was told of a move
+        bool travelled = false; ///< the pointer left its first pixel
         bool over = false; ///< it can't go on
         bool told = false; ///< the user knows that something failed
     };
@@ -110,6 +122,7 @@ private:
     ToolEvent plainEvent(int x, int y) const;
     Result handle(Operation operation, bool evaluates);
     void finish(bool keep);
+    bool takeBackIdle();
     template <class Do>
     void whileReady(const Do& act);
 
@@ -122,6 +135,8 @@ private:
     bool m_Own = false; ///< the tool is at work: changes are its own
     bool m_Requested = false;
     std::optional<Press> m_Press;
+    DrawingList m_PressHandles;
+    const DrawElement* m_PressHandle = nullptr;
     View m_View = View::of(Camera::Front);
     std::uint64_t m_EvaluationCount = 0, m_MakingCount = 0;
     std::vector<Scene*> m_Watched;

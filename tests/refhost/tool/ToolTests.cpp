@@ -48,9 +48,10 @@ TEST_F(ToolTest, theToolIsEvaluatedAfterEachEventAndToldOfOneMoveAtLeast)
     EXPECT_EQ(toy.take(), "initialise hitTest down20 evaluate move evaluate up evaluate");
     run("gesture press B");
     run("gesture release");
-    EXPECT_EQ(toy.take(), "initialise hitTest down20 evaluate move evaluate up evaluate");
+    EXPECT_EQ(toy.take(), "make initialise hitTest down20 evaluate move evaluate up evaluate")
+        << "what it made of a pointer that stood was taken back";
     run("gesture lock B");
-    EXPECT_EQ(toy.take(), "initialise hitTest down21 evaluate up");
+    EXPECT_EQ(toy.take(), "make initialise hitTest down21 evaluate up");
     run("gesture pin \"5 5\"");
     EXPECT_EQ(toy.take(), "make initialise hitTest down27 evaluate up");
     EXPECT_EQ(tools.evaluationCount(), 4u + 3 + 3 + 1 + 1);
@@ -86,6 +87,55 @@ TEST_F(ToolTest, oneDragIsOneUndoStepWithTheTransformItemsItNeeded)
     run("gesture lock A");
     run("gesture lock B");
     EXPECT_EQ(steps(), count + 3);
+}
+
+TEST_F(ToolTest, aPressThatChangesNothingIsNoStep)
+{
+    const std::string before = scene().digest();
+    const std::size_t count = steps();
+    const auto expectNothing = [&](const char* what) {
+        EXPECT_EQ(scene().digest(), before) << what;
+        EXPECT_EQ(steps(), count) << what;
+    };
+    run("gesture press A"); // A has no position item yet
+    run("gesture release");
+    expectNothing("a click");
+    run("gesture drag from:A steps:3");
+    expectNothing("a drag that goes nowhere");
+    run("gesture lock \"5 5\"");
+    expectNothing("a click on nothing");
+    run("gesture drag from:B by:\"40 0\"");
+    run("undo");
+    run("gesture clear");
+    expectNothing("what the tool remembers is not written again");
+    EXPECT_TRUE(scene().journal().canRedo());
+    run("gesture press B");
+    run("item.create name:C"); // by somebody else, and stays
+    run("gesture release");
+    EXPECT_EQ(steps(), count + 1);
+    EXPECT_TRUE(scene().findByUniqueName("C"));
+}
+
+TEST_F(ToolTest, aGestureThatGripsAnotherItemSaysSo)
+{
+    const auto told = [&](const char* line) {
+        log.clear();
+        run(line);
+        run("undo");
+        return log.empty() ? std::string() : log.front();
+    };
+    run("item.create name:Tip parent:B");
+    EXPECT_EQ(told("gesture drag from:A by:\"1 0\""), "");
+    EXPECT_NE(told("gesture drag from:Tip by:\"1 0\"").find("'B' lies in front of 'Tip'"), std::string::npos)
+        << "the one above, where two are in one place";
+    EXPECT_EQ(told("gesture lock B"), "");
+    run("channel.set item:B channel:pos.X value:0");
+    run("channel.set item:B channel:pos.Z value:1");
+    run("channel.set item:Tip channel:pos.Y value:2");
+    for (const char* line : {"gesture lock A", "gesture pin A", "gesture drag from:A by:\"1 0\""})
+        EXPECT_NE(told(line).find("'B' lies in front of 'A'"), std::string::npos) << line;
+    EXPECT_EQ(told("gesture drag from:A by:\"1 0\" view:side"), "");
+    EXPECT_EQ(told("gesture lock \"400 300\""), "") << "a pixel means what is there";
 }
 
 TEST_F(ToolTest, whatTheToolRemembersIsGoneAfterUndoTimeAndForeignEditsAndItsAttributesAreNot)

@@ -87,6 +87,7 @@ public:
     {
         m_Log.calls.push_back("down" + std::to_string(event.mode));
         m_Dragged = nullptr;
+        m_Moves = false;
         if (event.part < 0)
             return {};
         m_Dragged = m_Items[static_cast<std::size_t>(event.part)];
