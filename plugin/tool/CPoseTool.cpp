@@ -133,13 +133,19 @@ void CPoseTool::FreePoseJoints()
 
 void CPoseTool::BuildPoseJoints(const CZxUser_ChannelRead& read, const CZxUser_Item& top)
 {
-    if (!AddPoseJoint(read, top))
+    if (!AddPoseJoint(read, top, -1))
         return;
-    ForEachBelow(top,
-                 [&](const CZxUser_Item&, const CZxUser_Item& child) { return AddPoseJoint(read, child); });
+    ForEachBelow(top, [&](const CZxUser_Item& parent, const CZxUser_Item& child) {
+        // The parent is the last record or stands above it.
+        const uint64_t identifier = parent.identifier();
+        auto above = static_cast<int32_t>(m_Joints.size()) - 1;
+        while (above > 0 && m_Joints[static_cast<std::size_t>(above)]->identifier != identifier)
+            above = m_Joints[static_cast<std::size_t>(above)]->parent;
+        return AddPoseJoint(read, child, above);
+    });
 }
 
-bool CPoseTool::AddPoseJoint(const CZxUser_ChannelRead& read, const CZxUser_Item& item)
+bool CPoseTool::AddPoseJoint(const CZxUser_ChannelRead& read, const CZxUser_Item& item, int32_t parent)
 {
     if (!item.hasPackage("locator") || item.isType(m_SolverType))
         return false;
@@ -150,6 +156,7 @@ bool CPoseTool::AddPoseJoint(const CZxUser_ChannelRead& read, const CZxUser_Item
     auto joint = std::make_unique<PoseJoint>();
     joint->item = item;
     joint->identifier = item.identifier();
+    joint->parent = parent;
     RefreshWorld(read, *joint);
     RefreshLocal(read, *joint);
     MeasureBone(read, *joint);

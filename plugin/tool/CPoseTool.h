@@ -14,6 +14,7 @@
 #include "host/CZxScene.h"
 #include "host/CZxTool.h"
 #include "tool/ChainFrame.h"
+#include "tool/DragBounds.h"
 #include "tool/PoseJoint.h"
 #include "tool/PoseMath.h"
 
@@ -64,7 +65,7 @@ private:
     // Records: CPoseTool.cpp
     static CZxUser_Item FindToolItem();
     void BuildPoseJoints(const CZxUser_ChannelRead& read, const CZxUser_Item& top);
-    bool AddPoseJoint(const CZxUser_ChannelRead& read, const CZxUser_Item& item);
+    bool AddPoseJoint(const CZxUser_ChannelRead& read, const CZxUser_Item& item, int32_t parent);
     void FreePoseJoints();
     void RefreshAll();
     static void RefreshWorld(const CZxUser_ChannelRead& read, PoseJoint& joint);
@@ -99,6 +100,8 @@ private:
         return index >= 0 && static_cast<std::size_t>(index) < m_Joints.size();
     }
     int32_t FindJoint(const CZxUser_Item& item) const;
+    /// Whether the joint is the tool item, which alone may change its place.
+    bool IsTop(const PoseJoint& joint) const { return &joint == m_Joints.front().get(); }
     CZxUser_Item PickJointFromMesh(const CZxUser_Item& item, const ZxRayHit& hit);
     friend class CFindMapVisitor;
     void WeighMap(const CZxUser_MeshMap& map);
@@ -114,20 +117,23 @@ private:
     void AddLockTasks();
     void HoldLocked(const CZxUser_ChannelRead& read, const PoseJoint& joint, const ChainFrame* frame);
     void AddDragTask();
+    void RememberChannels();
     bool ReadChainFrame(const CZxUser_ChannelRead& read, ChainFrame& frame) const;
     void EndSolver();
     void EndDrag();
 
     // One evaluation: CPoseToolEvaluate.cpp
     bool HandleClicks();
+    void Pose(const Pass& pass);
+    void RestoreChannels();
     void ClearAllLocks();
-    bool UpdateOneBone(const Pass& pass);
+    void UpdateOneBone(const Pass& pass);
     void UpdateDragTask(const Pass& pass);
     void FollowGoal(const Pass& pass);
     void Solve(const Pass& pass);
     void ReadBones(const Pass& pass);
-    void ReadBone(const Pass& pass, Sinew::IKSegment& segment, PoseJoint& joint) const;
-    void WritePending(const Pass& pass) const;
+    void ReadBone(const Pass& pass, PoseJoint& joint) const;
+    void WritePending(const Pass& pass);
 
     CZxUser_VectorType m_VectorType;
     int32_t m_ViewPacket = -1; ///< offsets of the packets; -1 where the host has none such
@@ -148,6 +154,7 @@ private:
     bool m_LockPending = false; ///< a lock or pin click waits for evaluation
     bool m_ClearPending = false; ///< a clear-all click waits for evaluation
     std::vector<std::unique_ptr<PoseJoint>> m_Joints;
+    DragBounds m_Bounds; ///< of this drag
     std::vector<PoseJoint*> m_Chain; ///< the bones of this drag, parallel to the descriptors
     std::vector<PoseJoint*> m_Locked; ///< locked joints from the chain top down
     uint32_t m_ChainLength = 0; ///< bones walked by BuildChain
@@ -158,6 +165,7 @@ private:
     int32_t m_ActiveJoint = -1; ///< index in the records; -1 while no drag runs
     bool m_RecordsReady = false;
     bool m_NeedsSolver = false; ///< the next move builds it
+    bool m_HasWritten = false; ///< this drag has written a pose
     bool m_Dragging = false; ///< the button is down
     bool m_WritesTaskPosition = false; ///< the drag moves the target of the joint's own task
     bool m_UsesGoal = false; ///< the drag moves the goal item

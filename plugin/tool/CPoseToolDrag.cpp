@@ -132,6 +132,24 @@ void CPoseTool::BuildSolver()
     }
 }
 
+/// Keeps what the channels that the drag writes say, and how the joints stand that it carries along.
+void CPoseTool::RememberChannels()
+{
+    for (const auto& joint : m_Joints) {
+        joint->posed = WithoutScale(joint->localRotation);
+        std::copy_n(joint->localPosition[3], 3, joint->posed[3]);
+    }
+    const CZxUser_ChannelRead read = m_Scene.channelRead("edit", CurrentTime());
+    for (PoseJoint* joint : m_Chain) {
+        const CZxUser_Locator locator(joint->item);
+        CZxUser_Item transform;
+        if (succeeded(locator.transformItem(TransformKind::Position, &transform)))
+            ReadVector(read, transform, "pos", joint->startPosition);
+        if (succeeded(locator.transformItem(TransformKind::Rotation, &transform)))
+            ReadVector(read, transform, "rot", joint->startRotation);
+    }
+}
+
 void CPoseTool::EndSolver()
 {
     m_Solver.reset();
@@ -237,9 +255,12 @@ void CPoseTool::ConfigureBones(const CZxUser_ChannelRead& read)
     for (uint32_t i = 0; i < m_Solver->boneCount(); ++i) {
         IKSegment& bone = *m_Solver->bone(i);
         bone.setRetargeting(false, true);
-        if (!ApplyJointChannels(read, bone, *m_Chain[bone.getIndex()]))
+        const bool isJoint = ApplyJointChannels(read, bone, *m_Chain[bone.getIndex()]);
+        if (!isJoint)
             bone.setMaxVelocity(kDefaultMaxVelocity);
         bone.setHoldOrientation(false);
+        if (!isJoint) // a fresh bone has a roll range of no width, and would be pulled back to its rest roll
+            bone.enableLimits(false);
     }
 }
 

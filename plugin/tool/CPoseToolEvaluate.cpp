@@ -74,17 +74,39 @@ zxresult CPoseTool::evaluate(ZxObject* stackObject)
     pass.frame.toChain(pass.world, pass.local);
     if (m_Dragging && !AreFinite(pass.local, 3))
         return kZxOk;
-    if (m_Descriptors.size() == 1) {
-        if (!UpdateOneBone(pass))
-            return kZxOk;
+    Pose(pass);
+    WritePending(pass);
+    return kZxOk;
+}
+
+/// Finds the pose for where the pointer is. A pose that ran away is left alone: the channels keep the last
+/// good one of this drag.
+void CPoseTool::Pose(const Pass& pass)
+{
+    if (m_Dragging && m_DragKind == PoseDragKind::Rotate && pass.world[0] == 0) {
+        RestoreChannels();
+    } else if (m_Descriptors.size() == 1) {
+        UpdateOneBone(pass);
     } else {
         UpdateDragTask(pass);
         if (m_Dragging)
             Solve(pass);
         ReadBones(pass);
     }
-    WritePending(pass);
-    return kZxOk;
+}
+
+/// The pose that the drag began with, to the bit: what a turn by no pixel means.
+void CPoseTool::RestoreChannels()
+{
+    if (!m_HasWritten)
+        return;
+    for (PoseJoint* joint : m_Chain) {
+        std::copy_n(joint->startPosition, 3, joint->newPosition);
+        std::copy_n(joint->startRotation, 3, joint->newRotation);
+        std::copy_n(joint->startRotation, 3, joint->previousRotation);
+        joint->writesPosition = IsTop(*joint);
+        joint->writesRotation = true;
+    }
 }
 
 /// Clicks that wait. True ends the evaluation.
@@ -117,14 +139,16 @@ void CPoseTool::ClearAllLocks()
 }
 
 /// A chain of the tool item alone: it goes where the pointer is, unless it is locked.
-bool CPoseTool::UpdateOneBone(const Pass& pass)
+void CPoseTool::UpdateOneBone(const Pass& pass)
 {
-    if (IsLocked(pass.read, m_ToolItem))
-        return false;
+    if (!IsMove(m_DragKind) || IsLocked(pass.read, m_ToolItem))
+        return;
     PoseJoint& joint = *m_Chain.front();
+    std::copy_n(pass.local, 3, joint.posed[3]);
+    if (!m_Bounds.contain(m_Joints, joint, pass.frame.world(), pass.world))
+        return;
     std::copy_n(pass.local, 3, joint.newPosition);
     joint.writesPosition = true;
-    return true;
 }
 
 void CPoseTool::UpdateDragTask(const Pass& pass)
@@ -167,13 +191,13 @@ void CPoseTool::Solve(const Pass& pass)
     m_Solver->setLimitsGain(kLimitsGain);
     const PoseJoint* tool = Record(m_ToolItem);
     IKSegment* root = m_Solver->rootBone();
-    if (root && Record(m_DraggedItem) == tool)
+    if (root && Record(m_DraggedItem) == tool && IsMove(m_DragKind)) // of a turn, the offset is an angle
         root->setTranslation(Single(pass.local[0]), Single(pass.local[1]), Single(pass.local[2]));
     if (Record(m_ChainTop) == tool && !IsLocked(pass.read, m_ToolItem)) {
         m_Solver->setTranslateRoot(true);
         m_Solver->setRootTranslationWeight(Single(number(kRootWeight)));
     }
-    m_Solver->solve(kSteps); // of one that diverged, finite values are written; the next move starts anew
+    m_Solver->solve(kSteps);
 }
 
 void CPoseTool::ReadBones(const Pass& pass)
@@ -182,18 +206,31 @@ void CPoseTool::ReadBones(const Pass& pass)
         return;
     for (uint32_t i = 0; i < m_Solver->boneCount(); ++i) {
         IKSegment& bone = *m_Solver->bone(i);
-        ReadBone(pass, bone, *m_Chain[bone.getIndex()]);
+        PoseJoint& joint = *m_Chain[bone.getIndex()];
+        joint.posed = Sinew::fromEngineMatrix(Sinew::toColumnMatrix(bone.getOrientation()));
+        // Nothing but the top of all changes its place.
+        const SinewVector& translation = bone.getTranslation();
+        if (IsTop(joint))
+            joint.posed.setTranslation(translation.x(), translation.y(), translation.z());
+        else
+            std::copy_n(joint.localPosition[3], 3, joint.posed[3]);
     }
+    const PoseJoint* top = Record(m_ChainTop);
+    const double* pointer = IsMove(m_DragKind) ? pass.world : nullptr;
+    if (!top || !m_Bounds.contain(m_Joints, *top, pass.frame.world(), pointer)) {
+        m_NeedsSolver = true; // this one may keep what threw it off
+        return;
+    }
+    for (PoseJoint* joint : m_Chain)
+        ReadBone(pass, *joint);
 }
 
-void CPoseTool::ReadBone(const Pass& pass, IKSegment& bone, PoseJoint& joint) const
+void CPoseTool::ReadBone(const Pass& pass, PoseJoint& joint) const
 {
     joint.writesPosition = joint.writesRotation = false;
-    const SinewVector& translation = bone.getTranslation();
-    const Matrix4d rotation = Sinew::fromEngineMatrix(Sinew::toColumnMatrix(bone.getOrientation()));
     const CZxUser_Locator locator(joint.item);
     double nine[9], turned[3][3];
-    rotation.get3x3(nine);
+    joint.posed.get3x3(nine);
     if (succeeded(locator.rotationForChannels(pass.read, nine, &turned[0][0]))) {
         double angles[3];
         MatrixToEuler(turned, static_cast<uint32_t>(joint.rotationOrder), angles);
@@ -204,23 +241,20 @@ void CPoseTool::ReadBone(const Pass& pass, IKSegment& bone, PoseJoint& joint) co
             joint.writesRotation = true;
         }
     }
-    const bool isToolItem = &joint == m_Joints.front().get();
-    if (!isToolItem) // nothing else changes its place
-        return;
-    const double position[3] = {translation.x(), translation.y(), translation.z()};
     double inChannels[3];
-    if (!AreFinite(position, 3) || failed(locator.positionForChannels(pass.read, position, inChannels))
+    if (!IsTop(joint) || failed(locator.positionForChannels(pass.read, joint.posed[3], inChannels))
         || !AreFinite(inChannels, 3))
         return;
     std::copy_n(inChannels, 3, joint.newPosition);
     joint.writesPosition = true;
 }
 
-void CPoseTool::WritePending(const Pass& pass) const
+void CPoseTool::WritePending(const Pass& pass)
 {
     for (const auto& joint : m_Joints) {
         if (!joint->writesPosition && !joint->writesRotation)
             continue;
+        m_HasWritten = true;
         const CZxUser_Locator locator(joint->item);
         CZxUser_Item transform;
         if (joint->writesPosition && succeeded(locator.transformItem(TransformKind::Position, &transform)))

@@ -160,7 +160,9 @@ void CPoseTool::MarkClicked(int32_t mode, const CZxUser_AdjustTool& adjust)
 void CPoseTool::BeginDrag(const CZxUser_VectorStack& stack)
 {
     RefreshAll();
+    m_HasWritten = false;
     const double* position = m_Joints[static_cast<std::size_t>(m_ActiveJoint)]->worldPosition[3];
+    m_Bounds.begin(m_Joints, position);
     const CZxUser_EventTranslatePacket translate = stack.translatePacket(m_TranslatePacket);
     translate.setStart(position);
     double direction[3];
@@ -199,6 +201,8 @@ zxresult CPoseTool::move(ZxObject* stackObject, ZxObject* adjustObject)
     FindGoal();
     if (m_NeedsSolver) {
         BuildSolver();
+        if (!m_HasWritten)
+            RememberChannels();
         m_NeedsSolver = false;
     }
     return kZxOk;

@@ -7,11 +7,14 @@
 using Sinew::Matrix4d;
 
 ChainFrame::ChainFrame(const double* position, const Matrix4d& rotation, const double* scale)
-    : m_RotationInverse(rotation)
+    : m_World(rotation), m_RotationInverse(rotation)
 {
-    std::copy_n(position, 3, m_Position);
     std::copy_n(scale, 3, m_Scale);
     m_RotationInverse.invert();
+    for (uint32_t r = 0; r < 3; ++r)
+        for (uint32_t c = 0; c < 3; ++c)
+            m_World[r][c] *= scale[r];
+    m_World.setTranslation(position[0], position[1], position[2]);
 }
 
 void ChainFrame::toChain(const double* world, double* local) const
@@ -25,7 +28,8 @@ void ChainFrame::toChain(const double* world, double* local) const
 
 void ChainFrame::turnToChain(const double* world, double* local) const
 {
-    const double moved[3] = {world[0] - m_Position[0], world[1] - m_Position[1], world[2] - m_Position[2]};
+    const double* place = m_World[3];
+    const double moved[3] = {world[0] - place[0], world[1] - place[1], world[2] - place[2]};
     for (uint32_t c = 0; c < 3; ++c)
         local[c] = moved[0] * m_RotationInverse[0][c] + moved[1] * m_RotationInverse[1][c]
             + moved[2] * m_RotationInverse[2][c];

@@ -18,9 +18,11 @@ public:
     void turnToChain(const double* world, double* local) const;
     /// A world rotation in the frame.
     Sinew::Matrix4d toChain(const Sinew::Matrix4d& rotation) const;
+    /// What takes the frame into the world.
+    const Sinew::Matrix4d& world() const { return m_World; }
 
 private:
-    double m_Position[3] = {0, 0, 0};
+    Sinew::Matrix4d m_World;
     Sinew::Matrix4d m_RotationInverse;
     double m_Scale[3] = {1, 1, 1};
 };

@@ -9,10 +9,14 @@
 struct PoseJoint {
     CZxUser_Item item;
     uint64_t identifier = 0; ///< the item's, asked once: it is what joints are found by
+    int32_t parent = -1; ///< index of the record above; -1 for the first
     Sinew::Matrix4d worldPosition; ///< identity with the world position in the last row
     Sinew::Matrix4d worldRotation; ///< its rows are the joint's axes
     Sinew::Matrix4d localPosition; ///< identity with the local offset in the last row
     Sinew::Matrix4d localRotation; ///< in the same form
+    Sinew::Matrix4d posed; ///< rotation without scale and offset, relative to the parent, that a solve gives
+    double startPosition[3] = {0, 0, 0}; ///< `pos` and `rot` of the action "edit" when the drag began
+    double startRotation[3] = {0, 0, 0};
     double previousRotation[3] = {0, 0, 0}; ///< radians, `rot` as last read or solved
     double boneLength = 0; ///< distance to the first child, or else to the parent
     uint32_t majorAxis = 0; ///< the axis along which the bone lies

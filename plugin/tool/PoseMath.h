@@ -6,7 +6,7 @@
 #include <zx/ZxEvent.h>
 
 /// Axis along which a bone with this offset of its first child lies: 0 x, 1 y, 2 z. The signed components are
-/// compared, and a tie goes to the later axis.
+/// compared, and z counts where the largest is there twice.
 uint32_t MajorAxis(const double* offset);
 /// Radius of a joint's handle, scene units: from its bone's length, within 4 to 12 times the view's pixel
 /// size.

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <numbers>
+#include <set>
 
 using namespace e2e;
 
@@ -45,18 +47,20 @@ public:
         EXPECT_TRUE(tool().view().toScreen(matrix(item, "wposMatrix").offset, pixel));
         return pixel;
     }
-    /// Joints that a press at their place reaches, rather than one in front of them.
+    /// Joints that a press at their place reaches, rather than one in front of them or above in one place.
     std::vector<Item*> reachable()
     {
         std::vector<Item*> found;
         const std::vector<DrawElement> list = handles();
+        std::set<int> parts;
         for (Item* joint : joints) {
             const refhost::Pixel pixel = pixelOf(*joint);
             const int part = tool().partAt(static_cast<int>(std::lround(pixel[0])),
                                            static_cast<int>(std::lround(pixel[1])));
             for (const DrawElement& handle : list)
                 if (static_cast<int>(handle.part) == part
-                    && distance(handle.transform.offset, matrix(*joint, "wposMatrix").offset) == 0)
+                    && distance(handle.transform.offset, matrix(*joint, "wposMatrix").offset) == 0
+                    && parts.insert(part).second)
                     found.push_back(joint);
         }
         return found;
@@ -96,6 +100,30 @@ std::string strongestJoint(const refhost::Scene& scene, const refhost::RayHit& h
 
 } // namespace
 
+TEST(ChildTests, HandsWithinReachMeetThePointerWhileTheFeetAreLocked)
+{
+    Character child(std::string(SINEW_SOURCE) + "/examples/characters/Child.bvh");
+    for (const char* foot : {"foot_l", "foot_r"})
+        child.click(foot, "lock");
+    const double pixel = child.size / child.tool().view().height,
+                 height = child.place("head")[1] - child.place("foot_l")[1];
+    for (const std::string side : {"l", "r"}) {
+        const std::string hand = "hand_" + side;
+        const Vector3 shoulder = child.place("upperarm_" + side), elbow = child.place("lowerarm_" + side),
+                      start = child.place(hand), foot = child.place("foot_" + side);
+        const double arm = distance(shoulder, elbow) + distance(elbow, start);
+        for (int i = 0; i < 20; ++i) {
+            const double angle = i * std::numbers::pi / 5, reach = (i < 10 ? 0.6 : 0.9) * arm;
+            const Vector3 goal = {shoulder[0] + reach * std::cos(angle),
+                                  shoulder[1] + reach * std::sin(angle), start[2]};
+            child.drag(hand, goal - start);
+            EXPECT_LT(distance(child.place(hand), goal), 0.005 * height + pixel) << hand << ' ' << i;
+            EXPECT_LT(distance(child.place("foot_" + side), foot), 0.001 * height) << hand << ' ' << i;
+            child.undo();
+        }
+    }
+}
+
 TEST_P(CharacterTests, ADragWithoutMotionLeavesThePose)
 {
     Character character(file);
@@ -104,6 +132,25 @@ TEST_P(CharacterTests, ADragWithoutMotionLeavesThePose)
         character.press(joint->uniqueName(), "move");
         character.moveBy(0, 0);
         EXPECT_LT(largestTurnDegrees(character.pose(character.joints), before), 0.1) << joint->label();
+        character.release();
+        EXPECT_EQ(difference(character.pose(character.joints), before), 0) << joint->label();
+    }
+}
+
+TEST_P(CharacterTests, AJointTurnsAQuarterOfADegreeAPixel)
+{
+    Character character(file);
+    const std::vector<Matrix34> before = character.pose(character.joints);
+    for (const Item* joint : character.reachable()) {
+        if (joint == character.top)
+            continue; // it has no bone to turn
+        SCOPED_TRACE(joint->label());
+        const Matrix33 start = character.rotation(joint->uniqueName());
+        character.press(joint->uniqueName(), "rotate");
+        character.moveBy(1, 0);
+        EXPECT_LT(largestTurnDegrees(character.pose(character.joints), before), 0.35);
+        character.moveBy(99, 0);
+        EXPECT_NEAR(character.turnDegrees(joint->uniqueName(), start), 25, 0.5);
         character.release();
         character.undo();
     }

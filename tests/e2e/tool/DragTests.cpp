@@ -111,6 +111,109 @@ TEST(DragTests, ARotationDragTurnsAQuarterOfADegreeAPixelAboutTheBone)
     scene.release();
 }
 
+TEST(DragTests, EveryBonesAxisTurnsAQuarterOfADegreeAPixel)
+{
+    for (const char* joint : {"LeftArm", "Spine", "LeftUpLeg"}) { // bones along x, y and, by its sign, z
+        PoseScene scene;
+        const Matrix33 before = scene.rotation(joint);
+        scene.press(joint, "rotate");
+        scene.moveBy(-100, 0);
+        scene.release();
+        EXPECT_NEAR(scene.turnDegrees(joint, before), 25, 0.2) << joint;
+    }
+}
+
+TEST(DragTests, ATurnOfTheTopIsNoMove)
+{
+    PoseScene scene;
+    const std::size_t before = scene.digest(), steps = scene.undoCount();
+    scene.drag("Hips", {0.3, 0.1, 0}, "rotate");
+    EXPECT_EQ(scene.digest(), before) << "alone, it has no bone to turn";
+    EXPECT_EQ(scene.undoCount(), steps);
+    scene.click("LeftFoot", "lock");
+    const Matrix33 hips = scene.rotation("Hips");
+    const Vector3 place = scene.place("Hips"), foot = scene.place("LeftFoot");
+    scene.press("Hips", "rotate");
+    scene.moveBy(60, 0);
+    scene.release();
+    EXPECT_NEAR(scene.turnDegrees("Hips", hips), 15, 0.5);
+    EXPECT_LT(distance(scene.place("LeftFoot"), foot), 0.01 * PoseScene::kHeight);
+    EXPECT_LT(distance(scene.place("Hips"), place), 0.1 * PoseScene::kHeight);
+}
+
+TEST(DragTests, ATurnByNoPixelIsNoneToTheBit)
+{
+    constexpr std::pair<const char*, void (*)(PoseScene&)> kFigures[] = {
+        {"as it is", [](PoseScene&) {}},
+        {"locked", [](PoseScene& scene) { scene.click("Hips", "lock"), scene.click("LeftArm", "lock"); }},
+        {"in setup mode", [](PoseScene& scene) { scene.run("scene.setup on:true"); }},
+        {"keyed",
+         [](PoseScene& scene) {
+             for (const char* joint : {"Hips", "LeftArm"})
+                 for (const double time : {0.0, 1.0})
+                     scene.key(*scene.item(joint).transformItem(refhost::TransformKind::Rotation), "rot.Y",
+                               time, 0.3 + time);
+             scene.run("time.set 0.25");
+         }},
+        {"below a turned, scaled and distant parent",
+         [](PoseScene& scene) {
+             scene.locator("Above", nullptr, at({3, 0.2, -1}, {40, 20, 130}, {2, 2, 2}));
+             scene.run({"item.parent Hips Above", "select.set Hips"});
+         }},
+        {"outside its limits",
+         [](PoseScene& scene) {
+             scene.run({"scene.setup on:true", "ikfb.assign", "scene.setup off", "select.set Hips"});
+             for (const char* joint : {"Hips", "LeftArm"}) {
+                 scene.set(scene.item(joint), "ikjEnableLimits", 1);
+                 scene.set(scene.item(joint), "ikAxisYLimits", 1);
+                 scene.set(scene.item(joint), "ikAxisYMin", 0.5);
+                 scene.set(scene.item(joint), "ikAxisYMax", 1);
+             }
+         }},
+    };
+    for (const auto& [name, prepare] : kFigures) {
+        for (const char* joint : {"Hips", "LeftArm"}) {
+            SCOPED_TRACE(std::string(joint) + ' ' + name);
+            PoseScene scene;
+            prepare(scene);
+            scene.click("LeftFoot", "lock");
+            const std::vector<Matrix34> before = scene.pose(scene.figure());
+            scene.press(joint, "rotate");
+            scene.moveBy(0, 0);
+            EXPECT_EQ(difference(scene.pose(scene.figure()), before), 0);
+            scene.moveBy(50, 10);
+            EXPECT_GT(difference(scene.pose(scene.figure()), before), 0.01);
+            scene.moveBy(-50, -10);
+            EXPECT_EQ(difference(scene.pose(scene.figure()), before), 0);
+            scene.release();
+            EXPECT_EQ(difference(scene.pose(scene.figure()), before), 0);
+        }
+    }
+}
+
+TEST(DragTests, AClickWithoutMotionMakesNoStep)
+{
+    PoseScene scene;
+    scene.run("item.create name:Bare parent:LeftHand"); // its transform items come with a drag
+    const std::size_t before = scene.digest(), steps = scene.undoCount();
+    for (const char* gesture : {"move", "parent", "rotate", "free"}) {
+        for (const char* joint : {"LeftHand", "Hips"}) {
+            scene.click(joint, gesture);
+            scene.press(joint, gesture);
+            scene.moveBy(0, 0);
+            scene.release();
+            EXPECT_EQ(scene.digest(), before) << gesture << ' ' << joint;
+            EXPECT_EQ(scene.undoCount(), steps) << gesture << ' ' << joint;
+        }
+    }
+    scene.clickNothing("lock");
+    EXPECT_EQ(scene.undoCount(), steps) << "nothing was locked";
+    scene.drag("LeftHand", {-0.1, 0.1, 0});
+    EXPECT_EQ(scene.undoCount(), steps + 1);
+    scene.undo();
+    EXPECT_EQ(scene.digest(), before);
+}
+
 TEST(DragTests, TheToolItemGoesWhereThePointerIs)
 {
     PoseScene scene;

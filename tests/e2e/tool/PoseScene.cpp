@@ -36,27 +36,30 @@ double largestTurnDegrees(const std::vector<Matrix34>& a, const std::vector<Matr
     return largest;
 }
 
-PoseScene::PoseScene()
+PoseScene::PoseScene(double size)
 {
+    const auto place = [&](const Vector3& offset, const Vector3& degrees = {}) {
+        return at({size * offset[0], size * offset[1], size * offset[2]}, degrees);
+    };
     run("scene.setup on:false");
-    Item& hips = locator("Hips", nullptr, at({0, 0.95, 0}));
-    Item& spine = locator("Spine", &hips, at({0, 0.12, 0}, {4, 0, 0}));
-    Item& chest = locator("Chest", &spine, at({0, 0.2, 0}, {-6, 0, 0}));
-    Item& neck = locator("Neck", &chest, at({0, 0.25, 0}));
-    locator("Head", &neck, at({0, 0.1, 0.02}));
+    Item& hips = locator("Hips", nullptr, place({0, 0.95, 0}));
+    Item& spine = locator("Spine", &hips, place({0, 0.12, 0}, {4, 0, 0}));
+    Item& chest = locator("Chest", &spine, place({0, 0.2, 0}, {-6, 0, 0}));
+    Item& neck = locator("Neck", &chest, place({0, 0.25, 0}));
+    locator("Head", &neck, place({0, 0.1, 0.02}));
     for (const double side : {1.0, -1.0}) {
         const std::string name = side > 0 ? "Left" : "Right";
         Item& arm =
-            locator((name + "Arm").c_str(), &chest, at({side * 0.18, 0.2, 0}, {0, side * 8, side * -30}));
+            locator((name + "Arm").c_str(), &chest, place({side * 0.18, 0.2, 0}, {0, side * 8, side * -30}));
         Item& foreArm =
-            locator((name + "ForeArm").c_str(), &arm, at({side * 0.28, 0, 0}, {0, side * -25, 0}));
-        locator((name + "Hand").c_str(), &foreArm, at({side * 0.26, 0, 0}));
-        Item& upLeg = locator((name + "UpLeg").c_str(), &hips, at({side * 0.1, -0.05, 0}, {-8, 0, 0}));
-        Item& leg = locator((name + "Leg").c_str(), &upLeg, at({0, -0.42, 0}, {15, 0, 0}));
-        locator((name + "Foot").c_str(), &leg, at({0, -0.4, 0}, {-7, 0, 0}));
+            locator((name + "ForeArm").c_str(), &arm, place({side * 0.28, 0, 0}, {0, side * -25, 0}));
+        locator((name + "Hand").c_str(), &foreArm, place({side * 0.26, 0, 0}));
+        Item& upLeg = locator((name + "UpLeg").c_str(), &hips, place({side * 0.1, -0.05, 0}, {-8, 0, 0}));
+        Item& leg = locator((name + "Leg").c_str(), &upLeg, place({0, -0.42, 0}, {15, 0, 0}));
+        locator((name + "Foot").c_str(), &leg, place({0, -0.4, 0}, {-7, 0, 0}));
     }
-    tool().view().target = {0, 0.9, 0};
-    tool().view().size = 2.4;
+    tool().view().target = {0, 0.9 * size, 0};
+    tool().view().size = 2.4 * size;
     run("select.set Hips");
     const refhost::Result used = tool().use("ik.pose");
     EXPECT_TRUE(used.ok()) << used.message;

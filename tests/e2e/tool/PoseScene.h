@@ -44,10 +44,11 @@ private:
 
 /// A hierarchy of locators without a rig, 1.75 high and seen from the front: `Hips` with `Spine`, `Chest`,
 /// `Neck`, `Head`, and on either side `Arm`, `ForeArm`, `Hand` and `UpLeg`, `Leg`, `Foot`, named as
-/// `LeftHand`. The tool is in use and `Hips` is selected; the scene is out of setup mode.
+/// `LeftHand`. The tool is in use and `Hips` is selected; the scene is out of setup mode. Figure and view are
+/// `size` times as large.
 class PoseScene : public GestureScene {
 public:
-    PoseScene();
+    explicit PoseScene(double size = 1);
 
     /// Joints of the figure in order of the hierarchy.
     std::vector<Item*> figure();
