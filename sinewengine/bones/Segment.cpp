@@ -173,8 +173,8 @@ void Segment::setParent(IKSegment* face)
     Segment* parent = static_cast<Segment*>(face);
     if (parent == m_Parent)
         return;
-    // A cycle would never end a walk; only a bone with children can close one, or itself. A bone of another
-    // solver has its frames and columns elsewhere.
+    // A cycle would make walks endless. Only a bone with children can close one, or a link to itself. A bone
+    // of another solver has its frames and columns elsewhere.
     if (parent && (parent == this || parent->m_Solver != m_Solver || (m_FirstChild && parent->isBelow(this))))
         return;
     if (m_Parent) {
@@ -346,7 +346,7 @@ void Segment::integrate()
         m_Orientation.lanes = turned.lanes * splat(nearUnitScale(s, one));
     else if (s > 0.0f && s < __builtin_inff())
         m_Orientation.lanes = turned.lanes * splat(1.0f / __builtin_sqrtf(s));
-    // Otherwise the step was unbounded: the bone stays where it is rather than losing its pose for good.
+    // Otherwise the step was unbounded: the bone keeps its pose, which could not be recovered otherwise.
     m_Dirty = true;
 
     if (m_Translational)
@@ -422,7 +422,7 @@ void Segment::stretchBy(SinewVector step)
 
 bool Segment::isFinite() const
 {
-    // A number that is not finite, taken from itself, is no zero.
+    // A non-finite number minus itself isn't zero.
     Lanes sum = splat((m_Length + m_Extension) - (m_Length + m_Extension));
     for (const Lanes v : {m_Orientation.lanes, m_LimitTarget.lanes, m_Translation.lanes, m_BoneVector.lanes,
                           m_World.position.lanes})

@@ -18,7 +18,7 @@ struct Placement {
 /// The only implementation of IKSegment. Solver and tasks use it directly; its getters are final, so that a
 /// call through a Segment pointer costs nothing.
 ///
-/// Fields stand in order of use, not of subject: what every iteration touches comes first.
+/// Fields are in order of use, not of subject: what every iteration touches comes first.
 class alignas(64) Segment final : public IKSegment {
 public:
     Segment() = default;
@@ -130,7 +130,7 @@ public:
     void setBoneVector(SinewVector v);
     const KeyString& name() const { return m_Name; }
     float chainLength() const { return m_ChainLength; }
-    /// Whether all that one solve hands to the next is.
+    /// Whether everything that one solve passes on to the next is finite.
     bool isFinite() const;
     SinewVector& translation() { return m_Translation; }
 

@@ -77,7 +77,7 @@ void Segment::setRotationAxis(std::uint32_t rotation_axis, const float* axis)
             given.set(axis[0], axis[1], axis[2]);
         const float s = dot(given, given);
         if (!(s > 0.0f && s < __builtin_inff()))
-            return; // no axis: everything stays
+            return; // no axis: nothing changes
         normalise(given);
         m_TwistAxis = given;
         m_TwistAlign = shortestArc(m_TwistAxis, SinewVector(0.0f, 0.0f, 1.0f));
@@ -155,7 +155,7 @@ void Segment::applyRetargeting(float gain)
 /// that, the angle isn't computed, as it costs more than the rest of a bone's step; the answer is the same.
 bool Segment::isRollViolated() const
 {
-    constexpr float kBeyondQuarterTurn = 1.6f; // radians, past what a quarter turn is rounded to
+    constexpr float kBeyondQuarterTurn = 1.6f; // radians: a quarter turn and more than its rounding
     constexpr float kTiny = 1e-30f; // below it an angle might be rounded to 0
     const SinewQuaternion twisted = m_RotationAxis == 3 ? m_TwistAlign * m_Orientation : m_Orientation;
     const std::uint32_t axis = m_RotationAxis == 3 ? 2 : m_RotationAxis;

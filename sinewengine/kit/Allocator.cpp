@@ -38,8 +38,8 @@ void* alignedAlloc(std::size_t size, std::size_t alignment)
     char* start = static_cast<char*>(std::malloc(whole));
     if (!start)
         endOutOfMemory();
-    // The first multiple of a behind eight bytes for the system's pointer; it lies at most a + 8 from the
-    // start.
+    // The first multiple of a that leaves eight bytes for the system's pointer before it; at most a + 8 from
+    // the start.
     const std::uintptr_t address = (reinterpret_cast<std::uintptr_t>(start) + 8 + a - 1) / a * a;
     char* block = start + (address - reinterpret_cast<std::uintptr_t>(start));
     std::memcpy(block - 8, &start, sizeof start);

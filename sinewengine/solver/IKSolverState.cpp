@@ -219,7 +219,7 @@ void IKSolverState::removeBalanceTask()
     requireSetup();
 }
 
-/// Bones level by level, parents first: the root's tree, then the trees of bones that hang below no root.
+/// Bones level by level, parents first: the root's tree, then the trees of other bones without parent.
 void IKSolverState::refreshOrder()
 {
     m_Order.clear();
@@ -260,13 +260,14 @@ void IKSolverState::updateFigure()
         m_RootBone->updateGlobal(m_FigureFrame, false);
 }
 
-/// The forward pass of the iteration: as `updateFigure`, without recursion through the links.
+/// The forward pass of the iteration: what `updateFigure` does, along the order of bones in place of the
+/// links.
 void IKSolverState::refreshFrames(bool useTarget)
 {
     if (m_OrderDirty)
         refreshOrder();
     if (m_RootTreeCount == 0) {
-        // A client hung the root below another bone since the last `prepare`.
+        // A client has linked the root below another bone since the last `prepare`.
         m_RootBone->updateGlobal(m_FigureFrame, useTarget);
         return;
     }

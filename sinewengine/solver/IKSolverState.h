@@ -93,7 +93,7 @@ public:
     {
         return m_BalanceTask && m_BalanceTask->isActive() ? m_Zmp : SinewVector();
     }
-    /// Keeps the largest reach of this iteration; an infinite one would leave all row weights at 0 for good.
+    /// Keeps the largest reach of this iteration; an infinite one would leave all row weights at 0.
     void raiseReach(float reach)
     {
         if (reach > m_ReachEstimate && reach < __builtin_inff())
@@ -153,7 +153,7 @@ private:
     /// All bones, parents before children, level by level from the root and then the other trees: neighbours
     /// in it seldom depend on each other, so that their forward kinematics overlap.
     PointerArray<Segment> m_Order;
-    std::uint32_t m_RootTreeCount = 0; ///< how many of them hang below the root
+    std::uint32_t m_RootTreeCount = 0; ///< how many of them are in the root's tree
     PointerArray<Task>
         m_FirstTasks; ///< active tasks that don't follow; kept so that `solve` allocates nothing
     PointerArray<Task> m_FollowingTasks;

@@ -166,7 +166,7 @@ void IKSolverState::evaluateRows(bool balance)
 void IKSolverState::step()
 {
     const std::uint32_t columns = blocks(m_Columns), rows = blocks(m_Rows);
-    // Without pulls, and with u at rest, everything that hangs on them is zero.
+    // Without pulls, and with u at zero, everything that depends on them is zero.
     const bool pulled = !isAllZero(m_SecondaryMotion, m_Columns) || !isAllZero(m_SecondaryDual, m_Rows);
 
     std::memset(m_PrimaryStep, 0, columns * sizeof(float));

@@ -206,7 +206,7 @@ void PositionTask::computeColumnsFast(SinewVector point, std::uint32_t columns)
         storeThree(rowY + column, z * axes[0].lanes - x * axes[2].lanes);
         storeThree(rowZ + column, x * axes[1].lanes - y * axes[0].lanes);
         column += 3;
-        // Only the root translates here; its flags aren't asked.
+        // Only the root translates here; its flags aren't checked.
         if (m_PositionRows && bone->isTranslational() && !bone->getParent()) {
             for (std::uint32_t a = 0; a < 3 && column < columns; ++a, ++column) {
                 rowX[column] = axes[0][a];

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Input outside what a rig should hold: nothing crashes, hangs or loses the pose for good.
-#include "solver/IKSolverState.h"
+// Input that no rig should contain: nothing crashes, hangs or destroys the pose.
 #include "support/ExpectAssert.h"
 #include "support/TestFigure.h"
 
@@ -250,21 +249,18 @@ TEST(Guards, UnboundedVelocityNeverLosesThePose)
 
 TEST(Guards, AForceTaskWithoutBalanceTaskDoesNothing)
 {
-    const TestFigure figure = TestFigure::arm(4), plain = TestFigure::arm(4);
-    for (const TestFigure* f : {&figure, &plain}) {
-        IKPositionTask* goal = (*f)->addPositionTask("b3");
+    const auto solved = [](bool force) {
+        const TestFigure figure = TestFigure::arm(4);
+        IKPositionTask* goal = figure->addPositionTask("b3");
         goal->setTarget(1, 1, 1);
-        if (f == &plain)
-            continue;
-        goal->setForceTask(true, true);
+        goal->setForceTask(force, force);
         goal->setForce(1e4f, 1e4f, 1e4f);
-        goal->setBalanceMoments(true);
-    }
-    for (const TestFigure* f : {&figure, &plain}) {
-        (*f)["b1"].setActiveDof(true, true, false, true); // off the fast path
-        (*f)->solve(30);
-    }
-    EXPECT_EQ(figure.pose(), plain.pose());
+        goal->setBalanceMoments(force);
+        figure["b1"].setActiveDof(true, true, false, true); // off the fast path
+        figure->solve(30);
+        return figure.pose();
+    };
+    EXPECT_EQ(solved(true), solved(false));
 }
 
 /// A long chain through everything that walks the tree.

@@ -133,9 +133,9 @@ TEST(ShortestArc, TakesOneDirectionToTheOther)
         const SinewVector a = rotate(randomRotation(random), SinewVector(1, 0, 0)),
                           b = rotate(randomRotation(random), SinewVector(0, 1, 0));
         const SinewQuaternion q = shortestArc(a, b);
-        // Near opposite directions the sum of both, and with it the rotation, is known less well.
+        // Near opposite directions the sum of both is small, and the rotation less precise.
         ASSERT_LT(difference(rotate(q, a), b), 1e-6 + 1e-6 / (1 + dot(a, b)));
-        // No twist: the axis stands on both.
+        // No twist: the axis is perpendicular to both.
         ASSERT_NEAR(q.x() * a.x() + q.y() * a.y() + q.z() * a.z(), 0.0f, 1e-5f);
     }
     const SinewVector x(1, 0, 0), y(0, 1, 0);

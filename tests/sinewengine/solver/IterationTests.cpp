@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a caller of solve sees: goals reached, steps used, warm starts, divergence, scale.
-#include "solver/IKSolverState.h"
+// What a caller of solve sees: the stopping step, warm starts, scale, divergence.
 #include "support/TestFigure.h"
 
 #include <gtest/gtest.h>
@@ -9,41 +8,6 @@ namespace {
 
 using namespace Sinew;
 using namespace support;
-
-std::uint32_t iterations(const TestFigure& figure) { return figure->bone(0)->getSolver()->iteration(); }
-
-double distance(const TestFigure& figure, const char* bone, const IKPositionTask* task)
-{
-    return length(figure.point(bone, task->getOffset()) - Vec3(task->getTarget()));
-}
-
-TEST(Solve, BringsAChainToItsGoalAndAWholeFigureToSeveral)
-{
-    const TestFigure arm = TestFigure::arm(5);
-    IKPositionTask* goal = arm->addPositionTask("b4");
-    goal->setTarget(1.5f, 1.8f, 0.9f);
-    arm->setTolerance(1e-5f);
-    EXPECT_TRUE(arm->solve(1000));
-    EXPECT_LT(iterations(arm), 1000u);
-    EXPECT_LT(distance(arm, "b4", goal), 4e-3); // a thousandth of the height
-
-    TestFigure tree;
-    tree.chain("spine", "", 3, 0, 0.4f, 0.02f).chain("left", "spine2", 4, 0.3f, 0.05f, 0.02f);
-    tree.chain("right", "spine2", 4, -0.3f, 0.05f, 0.02f).build();
-    tree->setTranslateRoot(true);
-    tree->setTolerance(1e-5f);
-    IKPositionTask* left = tree->addPositionTask("left3");
-    IKPositionTask* right = tree->addPositionTask("right3");
-    left->setTarget(0.9f, 1.6f, 0.4f);
-    right->setTarget(-0.2f, 0.7f, 0.8f);
-    IKOrientationTask* palm = tree->addOrientationTask("left3");
-    palm->setTarget(aboutAxis(1, 40) * palm->getTarget());
-    EXPECT_TRUE(tree->solve(2000));
-    EXPECT_LT(distance(tree, "left3", left), 2e-3);
-    EXPECT_LT(distance(tree, "right3", right), 2e-3);
-    tree->updateFigure();
-    EXPECT_LT(angleDegrees(tree["left3"].getGlobalOrientation(), palm->getTarget()), 0.5);
-}
 
 TEST(Solve, GivesTheStoppingStepToTheRootAlone)
 {
@@ -59,17 +23,6 @@ TEST(Solve, GivesTheStoppingStepToTheRootAlone)
     EXPECT_TRUE(std::equal(s.begin(), s.begin() + 7, b.begin()));
     EXPECT_TRUE(std::equal(s.begin() + 7, s.end(), a.begin() + 7));
     EXPECT_NE(a, b);
-}
-
-TEST(Solve, WithNoStepsOnlyRenewsTheCentreOfMass)
-{
-    const TestFigure figure = TestFigure::arm();
-    figure->addPositionTask("b3")->setTarget(1, 1, 1);
-    figure["b0"].setTranslation(5, 6, 7);
-    const std::vector<float> before = figure.pose();
-    EXPECT_TRUE(figure->solve(0));
-    EXPECT_EQ(figure.pose(), before);
-    EXPECT_LT(length(Vec3(*figure->centreOfMass()) - Vec3(5, 6, 7)), 1e-6); // no balance task: no offset
 }
 
 TEST(Solve, GoesOnWhereItStoppedUntilASettingRestartsTheDuals)
@@ -147,7 +100,7 @@ TEST(Solve, ReportsDivergenceAndFindsACoefficientThatHolds)
     EXPECT_EQ(status, 1);
     EXPECT_LT(figure->pCoefficient(), 50.0f);
     EXPECT_GT(figure->pCoefficient(), 1.0f);
-    EXPECT_LT(distance(figure, "b6", goal), 0.06);
+    EXPECT_LT(length(figure.point("b6") - Vec3(goal->getTarget())), 0.06);
 
     TestFigure point; // without any length every dual counts as diverged
     point.chain("p", "", 3, 0, 0, 0).build();
@@ -159,7 +112,7 @@ TEST(Solve, ReportsDivergenceAndFindsACoefficientThatHolds)
 TEST(Solve, CallsItDivergedWhenADualPassesFourFigureLengthsPerErrorOfTheLastRows)
 {
     // A goal that may move nothing: after one sweep its dual is 2 - 0.164 times its error. The figure is
-    // three units long; errors below 1 count as 1, and only the last block of four rows is looked at.
+    // four units long; errors below 1 count as 1, and only the last block of four rows is looked at.
     const auto converges = [](float error, float lastError) {
         TestFigure figure;
         figure.chain("b", "", 4, 0, 1, 0).build();
@@ -179,42 +132,6 @@ TEST(Solve, CallsItDivergedWhenADualPassesFourFigureLengthsPerErrorOfTheLastRows
     EXPECT_FALSE(converges(limit * 1.001f, 0));
     EXPECT_TRUE(converges(limit * 1.001f, 2));
     EXPECT_FALSE(converges(limit * 2.01f, 2));
-}
-
-TEST(Solve, MovesTheRootByItsWeight)
-{
-    const auto rootWay = [](float weight, bool translate) {
-        const TestFigure figure = TestFigure::arm(4);
-        figure->setTranslateRoot(translate);
-        figure->setRootTranslationWeight(weight);
-        figure->addPositionTask("b3")->setTarget(1.5f, 3, 1);
-        figure->setTolerance(1e-5f);
-        figure->solve(500);
-        EXPECT_EQ(figure->translateRoot(), translate);
-        return length(Vec3(*figure->rootTranslation()));
-    };
-    EXPECT_EQ(rootWay(1, false), 0.0);
-    EXPECT_EQ(rootWay(0, true), 0.0);
-    const double little = rootWay(0.02f, true), much = rootWay(1, true);
-    EXPECT_GT(little, 1e-3);
-    EXPECT_GT(much, 3 * little);
-}
-
-TEST(Reset, ReturnsToRestAndForgetsTheDuals)
-{
-    const TestFigure figure = TestFigure::arm();
-    const std::vector<float> rest = figure.pose();
-    figure->setTolerance(1e-5f);
-    IKPositionTask* goal = figure->addPositionTask("b3");
-    const SinewVector home = goal->getTarget();
-    goal->setTarget(0, 0, 50); // far out of reach: the duals grow
-    figure->solve(200);
-    EXPECT_NE(figure.pose(), rest);
-    figure->reset();
-    EXPECT_EQ(figure.pose(), rest);
-    goal->setTarget(home);
-    figure->solve(1500);
-    EXPECT_LT(distance(figure, "b3", goal), 1e-2);
 }
 
 } // namespace

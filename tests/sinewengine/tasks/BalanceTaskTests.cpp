@@ -22,34 +22,28 @@ TestFigure balancer()
 
 TEST(BalanceTask, BringsTheCentreOfMassToItsTarget)
 {
-    const TestFigure figure = balancer();
-    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
-    EXPECT_EQ(figure->balanceTask(), balance);
-    EXPECT_LT(length(Vec3(balance->getTarget()) - figure.inDouble().centreOfMass()), 1e-5);
-    const Vec3 target = figure.inDouble().centreOfMass() + Vec3(0.25, -0.1, 0.15);
-    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
-                       static_cast<float>(target.z));
-    figure->solve(3000);
-    EXPECT_LT(length(figure.inDouble().centreOfMass() - target), 5e-3);
-    EXPECT_LT(length(Vec3(*figure->centreOfMass()) - target), 5e-3);
-    // A second call reconfigures the same task and keeps its target.
-    EXPECT_EQ(figure->addBalanceTask(2, false, true), balance);
-    EXPECT_LT(length(Vec3(balance->getTarget()) - target), 1e-6);
-    EXPECT_EQ(balance->getGravityDirection().z(), 1.0f);
-}
-
-TEST(BalanceTask, MeasuresFromTheRootWhereAskedTo)
-{
-    const TestFigure figure = balancer();
-    figure["leg0"].setTranslation(10, 0, 0);
-    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
-    const Vec3 root = figure.point("leg0"),
-               target = figure.inDouble().centreOfMass() - root + Vec3(0.1, 0, 0.1);
-    balance->setRelativeToRoot(true);
-    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
-                       static_cast<float>(target.z));
-    figure->solve(3000);
-    EXPECT_LT(length(figure.inDouble().centreOfMass() - root - target), 5e-3);
+    enum { Plain, FromTheRoot, WithTheFigureShifted };
+    for (const int mode : {Plain, FromTheRoot, WithTheFigureShifted}) {
+        SCOPED_TRACE(mode);
+        const TestFigure figure = balancer();
+        figure["leg0"].setTranslation(mode == FromTheRoot ? 10 : 0, 0.5f, 0);
+        IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
+        EXPECT_EQ(figure->balanceTask(), balance);
+        EXPECT_LT(length(Vec3(balance->getTarget()) - figure.inDouble().centreOfMass()), 1e-5);
+        if (mode == WithTheFigureShifted)
+            figure->setZmp(3, -2, 1);
+        const Vec3 from = mode == FromTheRoot ? figure.point("leg0") : Vec3();
+        const Vec3 target = figure.inDouble().centreOfMass() - from + Vec3(0.2, -0.1, 0.1);
+        balance->setRelativeToRoot(mode == FromTheRoot);
+        balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
+                           static_cast<float>(target.z));
+        figure->solve(3000);
+        EXPECT_LT(length(figure.inDouble().centreOfMass() - from - target), 5e-3);
+        // A second call reconfigures the same task and keeps its target.
+        EXPECT_EQ(figure->addBalanceTask(2, false, true), balance);
+        EXPECT_LT(length(Vec3(balance->getTarget()) - target), 1e-6);
+        EXPECT_EQ(balance->getGravityDirection().z(), 1.0f);
+    }
 }
 
 TEST(BalanceTask, ReducesTheMomentOfWeightAndForces)
@@ -90,18 +84,6 @@ TEST(BalanceTask, BalancesAHeavyFigureLikeALightOne)
     };
     EXPECT_LT(poseDifference(run(80), run(4000)), 1e-4f);
     EXPECT_GT(poseDifference(run(80), balancer().pose()), 0.1f);
-}
-
-TEST(BalanceTask, ReachesItsTargetWithTheFigureShiftedToTheZmp)
-{
-    const TestFigure figure = balancer();
-    IKBalanceTask* balance = figure->addBalanceTask(1, false, true);
-    figure->setZmp(3, -2, 1);
-    const Vec3 target = figure.inDouble().centreOfMass() + Vec3(0.2, -0.1, 0.1);
-    balance->setTarget(static_cast<float>(target.x), static_cast<float>(target.y),
-                       static_cast<float>(target.z));
-    figure->solve(3000);
-    EXPECT_LT(length(figure.inDouble().centreOfMass() - target), 5e-3);
 }
 
 } // namespace
