@@ -150,9 +150,10 @@ TEST_F(GltfFileOddityTests, theDocument)
     for (const char* key : {"meshes", "skins", "animations", "scenes", "scene"})
         json.erase(key);
     const TestJson none = TestJson::array();
-    json["nodes"] = {{{"name", "a"}, {"children", {1, 2}}},
-                     {{"name", "b"}, {"translation", {0, 1, 0}}, {"children", none}},
-                     {{"name", "c"}, {"translation", {1, 0, 0}}, {"children", none}, {"extras", {{"mine", none}}}}};
+    json["nodes"] = {
+        {{"name", "a"}, {"children", {1, 2}}},
+        {{"name", "b"}, {"translation", {0, 1, 0}}, {"children", none}},
+        {{"name", "c"}, {"translation", {1, 0, 0}}, {"children", none}, {"extras", {{"mine", none}}}}};
     const Gltf empty = mustReadGltf(readGltf(json.dump()));
     ASSERT_EQ(empty.notes.size(), 2u) << empty.notes.back().place << ": " << empty.notes.back().text;
     EXPECT_EQ(empty.notes[0].place, "buffers");
