@@ -2,9 +2,12 @@
 // The module's one exported function.
 #include "ServerTable.h"
 
+#include <mutex>
+
 namespace {
 
-// Constant-initialised: nothing of the plug-in runs before the host calls.
+// Constant-initialised: nothing of the plug-in runs before a host calls. Several may load it at once.
+constinit std::mutex startUp;
 bool startUpIsDue = true;
 
 } // namespace
@@ -13,6 +16,7 @@ extern "C" __attribute__((visibility("default"))) ZxObject* _IZxModule_Create()
 {
     try {
         CZxThisModule& module = CZxThisModule::instance();
+        const std::scoped_lock lock(startUp);
         if (startUpIsDue) {
             try {
                 initialize(module);

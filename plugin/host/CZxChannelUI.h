@@ -2,7 +2,8 @@
 // What packages implement so that the host can show which channel greys which.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
+
 #include <zx/ZxChannelUI.h>
 
 class CZxImpl_ChannelUI {
@@ -25,14 +26,14 @@ public:
     static constexpr ZxChannelUITable makeTable()
     {
         return {.object = {},
-                .enabled = thunk<T, &CZxImpl_ChannelUI::enabled>,
-                .dependencyCount = thunk<T, &CZxImpl_ChannelUI::dependencyCount>,
-                .dependency = thunk<T, &CZxImpl_ChannelUI::dependency>,
-                .visible = thunk<T, &CZxImpl_ChannelUI::visible>,
-                .label = thunk<T, &CZxImpl_ChannelUI::label>,
-                .help = thunk<T, &CZxImpl_ChannelUI::help>,
-                .group = thunk<T, &CZxImpl_ChannelUI::group>,
-                .order = thunk<T, &CZxImpl_ChannelUI::order>};
+                .enabled = tiedThunk<T, &CZxImpl_ChannelUI::enabled>,
+                .dependencyCount = tiedThunk<T, &CZxImpl_ChannelUI::dependencyCount>,
+                .dependency = tiedThunk<T, &CZxImpl_ChannelUI::dependency>,
+                .visible = tiedThunk<T, &CZxImpl_ChannelUI::visible>,
+                .label = tiedThunk<T, &CZxImpl_ChannelUI::label>,
+                .help = tiedThunk<T, &CZxImpl_ChannelUI::help>,
+                .group = tiedThunk<T, &CZxImpl_ChannelUI::group>,
+                .order = tiedThunk<T, &CZxImpl_ChannelUI::order>};
     }
 
 protected:

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "host/CZxItem.h"
+#include "host/HostTie.h"
 
-#include <glue/Adapter.h>
 #include <zx/ZxCommand.h>
 
 class CZxImpl_Command {
@@ -25,11 +25,11 @@ public:
     static constexpr ZxCommandTable makeTable()
     {
         return {.object = {},
-                .execute = thunk<T, &CZxImpl_Command::execute>,
-                .flags = thunk<T, &CZxImpl_Command::flags>,
-                .notifier = thunk<T, &CZxImpl_Command::notifier>,
-                .enable = thunk<T, &CZxImpl_Command::enable>,
-                .icon = thunk<T, &CZxImpl_Command::icon>};
+                .execute = tiedThunk<T, &CZxImpl_Command::execute>,
+                .flags = tiedThunk<T, &CZxImpl_Command::flags>,
+                .notifier = tiedThunk<T, &CZxImpl_Command::notifier>,
+                .enable = tiedThunk<T, &CZxImpl_Command::enable>,
+                .icon = tiedThunk<T, &CZxImpl_Command::icon>};
     }
 };
 template <class T>
@@ -53,12 +53,12 @@ public:
     static constexpr ZxAttributesTable makeTable()
     {
         return {.object = {},
-                .count = thunk<T, &CZxImpl_Attributes::count>,
-                .name = thunk<T, &CZxImpl_Attributes::name>,
-                .type = thunk<T, &CZxImpl_Attributes::type>,
-                .flags = thunk<T, &CZxImpl_Attributes::argumentFlags>,
-                .value = thunk<T, &CZxImpl_Attributes::value>,
-                .clear = thunk<T, &CZxImpl_Attributes::clear>};
+                .count = tiedThunk<T, &CZxImpl_Attributes::count>,
+                .name = tiedThunk<T, &CZxImpl_Attributes::name>,
+                .type = tiedThunk<T, &CZxImpl_Attributes::type>,
+                .flags = tiedThunk<T, &CZxImpl_Attributes::argumentFlags>,
+                .value = tiedThunk<T, &CZxImpl_Attributes::value>,
+                .clear = tiedThunk<T, &CZxImpl_Attributes::clear>};
     }
 
 protected:
@@ -77,8 +77,8 @@ public:
     static constexpr ZxAttributesUITable makeTable()
     {
         return {.object = {},
-                .enabled = thunk<T, &CZxImpl_AttributesUI::argumentEnabled>,
-                .label = thunk<T, &CZxImpl_AttributesUI::argumentLabel>};
+                .enabled = tiedThunk<T, &CZxImpl_AttributesUI::argumentEnabled>,
+                .label = tiedThunk<T, &CZxImpl_AttributesUI::argumentLabel>};
     }
 
 protected:
@@ -103,13 +103,13 @@ public:
     static constexpr ZxValueTable makeTable()
     {
         return {.object = {},
-                .type = thunk<T, &CZxImpl_Value::type>,
-                .integer = thunk<T, &CZxImpl_Value::integer>,
-                .number = thunk<T, &CZxImpl_Value::number>,
-                .text = thunk<T, &CZxImpl_Value::text>,
-                .setInteger = thunk<T, &CZxImpl_Value::setInteger>,
-                .setNumber = thunk<T, &CZxImpl_Value::setNumber>,
-                .setText = thunk<T, &CZxImpl_Value::setText>};
+                .type = tiedThunk<T, &CZxImpl_Value::type>,
+                .integer = tiedThunk<T, &CZxImpl_Value::integer>,
+                .number = tiedThunk<T, &CZxImpl_Value::number>,
+                .text = tiedThunk<T, &CZxImpl_Value::text>,
+                .setInteger = tiedThunk<T, &CZxImpl_Value::setInteger>,
+                .setNumber = tiedThunk<T, &CZxImpl_Value::setNumber>,
+                .setText = tiedThunk<T, &CZxImpl_Value::setText>};
     }
 };
 template <class T>
@@ -125,8 +125,8 @@ public:
     static constexpr ZxValueReferenceTable makeTable()
     {
         return {.object = {},
-                .get = thunk<T, &CZxImpl_ValueReference::get>,
-                .set = thunk<T, &CZxImpl_ValueReference::set>};
+                .get = tiedThunk<T, &CZxImpl_ValueReference::get>,
+                .set = tiedThunk<T, &CZxImpl_ValueReference::set>};
     }
 
 protected:

@@ -2,7 +2,8 @@
 // Drawing into the host's views, and what items that draw themselves implement.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
+
 #include <glue/Reference.h>
 #include <zx/ZxDraw.h>
 
@@ -99,15 +100,15 @@ public:
     static constexpr ZxViewItem3DTable makeTable()
     {
         return {.object = {},
-                .draw = thunk<T, &CZxImpl_ViewItem3D::draw>,
-                .drawBackground = thunk<T, &CZxImpl_ViewItem3D::drawBackground>,
-                .drawsInWorld = thunk<T, &CZxImpl_ViewItem3D::drawsInWorld>,
-                .bounds = thunk<T, &CZxImpl_ViewItem3D::bounds>,
-                .handleCount = thunk<T, &CZxImpl_ViewItem3D::handleCount>,
-                .handle = thunk<T, &CZxImpl_ViewItem3D::handle>,
-                .handleChannel = thunk<T, &CZxImpl_ViewItem3D::handleChannel>,
-                .handleValue = thunk<T, &CZxImpl_ViewItem3D::handleValue>,
-                .icon = thunk<T, &CZxImpl_ViewItem3D::icon>};
+                .draw = tiedThunk<T, &CZxImpl_ViewItem3D::draw>,
+                .drawBackground = tiedThunk<T, &CZxImpl_ViewItem3D::drawBackground>,
+                .drawsInWorld = tiedThunk<T, &CZxImpl_ViewItem3D::drawsInWorld>,
+                .bounds = tiedThunk<T, &CZxImpl_ViewItem3D::bounds>,
+                .handleCount = tiedThunk<T, &CZxImpl_ViewItem3D::handleCount>,
+                .handle = tiedThunk<T, &CZxImpl_ViewItem3D::handle>,
+                .handleChannel = tiedThunk<T, &CZxImpl_ViewItem3D::handleChannel>,
+                .handleValue = tiedThunk<T, &CZxImpl_ViewItem3D::handleValue>,
+                .icon = tiedThunk<T, &CZxImpl_ViewItem3D::icon>};
     }
 };
 template <class T>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "host/CZxItem.h"
+#include "host/HostTie.h"
 
-#include <glue/Adapter.h>
 #include <sinew/Matrix4d.h>
 #include <zx/ZxEvaluation.h>
 
@@ -26,9 +26,9 @@ public:
     static constexpr ZxEvalModifierTable makeTable()
     {
         return {.object = {},
-                .reset = thunk<T, &CZxImpl_EvalModifier::reset>,
-                .next = thunk<T, &CZxImpl_EvalModifier::next>,
-                .allocate = thunk<T, &CZxImpl_EvalModifier::allocate>};
+                .reset = tiedThunk<T, &CZxImpl_EvalModifier::reset>,
+                .next = tiedThunk<T, &CZxImpl_EvalModifier::next>,
+                .allocate = tiedThunk<T, &CZxImpl_EvalModifier::allocate>};
     }
 };
 template <class T>
@@ -58,12 +58,12 @@ public:
     static constexpr ZxModifierTable makeTable()
     {
         return {.object = {},
-                .evaluate = thunk<T, &CZxImpl_Modifier::evaluate>,
-                .test = thunk<T, &CZxImpl_Modifier::test>,
-                .begin = thunk<T, &CZxImpl_Modifier::begin>,
-                .end = thunk<T, &CZxImpl_Modifier::end>,
-                .timeJumped = thunk<T, &CZxImpl_Modifier::timeJumped>,
-                .figure = thunk<T, &CZxImpl_Modifier::figure>};
+                .evaluate = tiedThunk<T, &CZxImpl_Modifier::evaluate>,
+                .test = tiedThunk<T, &CZxImpl_Modifier::test>,
+                .begin = tiedThunk<T, &CZxImpl_Modifier::begin>,
+                .end = tiedThunk<T, &CZxImpl_Modifier::end>,
+                .timeJumped = tiedThunk<T, &CZxImpl_Modifier::timeJumped>,
+                .figure = tiedThunk<T, &CZxImpl_Modifier::figure>};
     }
 
 protected:

@@ -14,6 +14,7 @@ struct CZxGenericPolymorph::Instance {
     std::atomic<uint32_t> references{1};
     CZxGenericPolymorph* maker = nullptr;
     void* object = nullptr;
+    std::shared_ptr<HostTie> tie;
     std::vector<ZxFace> faces; // one for each interface; never resized, since the host holds their addresses
 
     static Instance* behind(ZxObject* self)
@@ -21,6 +22,28 @@ struct CZxGenericPolymorph::Instance {
         return static_cast<Instance*>(reinterpret_cast<ZxFace*>(self)->owner);
     }
 };
+
+namespace {
+
+// Of the running call; a plain pointer, so that a thread that ends runs nothing in a module that may be gone.
+constinit thread_local const std::shared_ptr<HostTie>* tieAtWork = nullptr;
+
+} // namespace
+
+TieScope::TieScope(ZxObject* self) noexcept
+    : m_Former(std::exchange(tieAtWork, &CZxGenericPolymorph::Instance::behind(self)->tie))
+{
+}
+
+TieScope::~TieScope() { tieAtWork = m_Former; }
+
+const std::shared_ptr<HostTie>& TieScope::current()
+{
+    static const std::shared_ptr<HostTie> none;
+    return tieAtWork ? *tieAtWork : none;
+}
+
+std::shared_ptr<HostTie> CZxGenericPolymorph::tieOfNext() { return TieScope::current(); }
 
 CZxGenericPolymorph::CZxGenericPolymorph() = default;
 
@@ -60,6 +83,7 @@ ZxObject* CZxGenericPolymorph::create(void** object)
     try {
         auto instance = std::make_unique<Instance>();
         instance->maker = this;
+        instance->tie = tieOfNext();
         instance->faces.reserve(m_Count);
         instance->object = make();
         for (const CZxInterface* i = m_First; i; i = i->next)
@@ -99,6 +123,7 @@ zxresult CZxGenericPolymorph::release(ZxObject* self)
 {
     Instance* instance = Instance::behind(self);
     if (instance->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        const TieScope scope(self);
         instance->maker->destroy(instance->object);
         delete instance;
     }

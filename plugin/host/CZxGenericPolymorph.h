@@ -2,7 +2,7 @@
 // Servers and spawners: the makers of the objects that the host holds.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
 
 #include <memory>
 
@@ -33,8 +33,11 @@ protected:
     /// Makes the implementing object; may throw.
     virtual void* make() = 0;
     virtual void destroy(void* object) noexcept = 0;
+    /// What the next object is tied to: what the object at work is.
+    virtual std::shared_ptr<HostTie> tieOfNext();
 
 private:
+    friend class TieScope;
     struct Instance;
     static zxresult query(ZxObject* self, const ZxId* id, ZxObject** object);
     static zxresult addRef(ZxObject* self);

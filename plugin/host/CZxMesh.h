@@ -3,8 +3,8 @@
 #pragma once
 
 #include "host/CZxScene.h"
+#include "host/HostTie.h"
 
-#include <glue/Adapter.h>
 #include <zx/ZxMesh.h>
 
 class CZxImpl_Visitor {
@@ -16,7 +16,7 @@ public:
     template <class T>
     static constexpr ZxVisitorTable makeTable()
     {
-        return {.object = {}, .visit = thunk<T, &CZxImpl_Visitor::visit>};
+        return {.object = {}, .visit = tiedThunk<T, &CZxImpl_Visitor::visit>};
     }
 };
 template <class T>

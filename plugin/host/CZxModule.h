@@ -2,7 +2,8 @@
 // The module's interfaces towards the host, and the application context that it receives.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
+
 #include <glue/Reference.h>
 #include <zx/ZxModule.h>
 
@@ -14,7 +15,7 @@ public:
     template <class T>
     static constexpr ZxModuleTable makeTable()
     {
-        return {.object = {}, .server = thunk<T, &CZxImpl_Module::server>};
+        return {.object = {}, .server = tiedThunk<T, &CZxImpl_Module::server>};
     }
 
 protected:
@@ -31,7 +32,7 @@ public:
     template <class T>
     static constexpr ZxNeedContextTable makeTable()
     {
-        return {.object = {}, .setContext = thunk<T, &CZxImpl_NeedContext::setContext>};
+        return {.object = {}, .setContext = tiedThunk<T, &CZxImpl_NeedContext::setContext>};
     }
 
 protected:
@@ -54,8 +55,8 @@ public:
     static constexpr ZxTagDescriptionTable makeTable()
     {
         return {.object = {},
-                .tagCount = thunk<T, &CZxImpl_TagDescription::tagCount>,
-                .tag = thunk<T, &CZxImpl_TagDescription::tag>};
+                .tagCount = tiedThunk<T, &CZxImpl_TagDescription::tagCount>,
+                .tag = tiedThunk<T, &CZxImpl_TagDescription::tag>};
     }
 
 protected:
@@ -63,5 +64,3 @@ protected:
 };
 template <class T>
 using CZxIfc_TagDescription = CZxAdapter<CZxImpl_TagDescription, T>;
-
-using CZxLoc_Context = CZxLocalize<ZxContextTable>;

@@ -2,7 +2,8 @@
 // What packages implement for the host, and the channel set-up that they are handed.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
+
 #include <glue/Reference.h>
 #include <zx/ZxPackage.h>
 
@@ -35,8 +36,8 @@ public:
     static constexpr ZxStaticDescTable makeTable()
     {
         return {.object = {},
-                .tagCount = thunk<T, &CZxImpl_StaticDesc::tagCount>,
-                .tag = thunk<T, &CZxImpl_StaticDesc::tag>};
+                .tagCount = tiedThunk<T, &CZxImpl_StaticDesc::tagCount>,
+                .tag = tiedThunk<T, &CZxImpl_StaticDesc::tag>};
     }
 
 protected:
@@ -61,11 +62,11 @@ public:
     static constexpr ZxPackageTable makeTable()
     {
         return {.object = {},
-                .setupChannels = thunk<T, &CZxImpl_Package::setupChannels>,
-                .attach = thunk<T, &CZxImpl_Package::attach>,
-                .testInterface = thunk<T, &CZxImpl_Package::testInterface>,
-                .added = thunk<T, &CZxImpl_Package::added>,
-                .removing = thunk<T, &CZxImpl_Package::removing>};
+                .setupChannels = tiedThunk<T, &CZxImpl_Package::setupChannels>,
+                .attach = tiedThunk<T, &CZxImpl_Package::attach>,
+                .testInterface = tiedThunk<T, &CZxImpl_Package::testInterface>,
+                .added = tiedThunk<T, &CZxImpl_Package::added>,
+                .removing = tiedThunk<T, &CZxImpl_Package::removing>};
     }
 };
 template <class T>
@@ -85,11 +86,11 @@ public:
     static constexpr ZxPackageInstanceTable makeTable()
     {
         return {.object = {},
-                .initialise = thunk<T, &CZxImpl_PackageInstance::initialise>,
-                .cleanUp = thunk<T, &CZxImpl_PackageInstance::cleanUp>,
-                .loaded = thunk<T, &CZxImpl_PackageInstance::loaded>,
-                .copied = thunk<T, &CZxImpl_PackageInstance::copied>,
-                .renamed = thunk<T, &CZxImpl_PackageInstance::renamed>};
+                .initialise = tiedThunk<T, &CZxImpl_PackageInstance::initialise>,
+                .cleanUp = tiedThunk<T, &CZxImpl_PackageInstance::cleanUp>,
+                .loaded = tiedThunk<T, &CZxImpl_PackageInstance::loaded>,
+                .copied = tiedThunk<T, &CZxImpl_PackageInstance::copied>,
+                .renamed = tiedThunk<T, &CZxImpl_PackageInstance::renamed>};
     }
 };
 template <class T>

@@ -36,7 +36,7 @@ CZxThisModule::~CZxThisModule()
     std::free(m_Interfaces);
     // A context that the host did not take back is let go, not released: when a program ends, the host's
     // objects may be gone before the module is.
-    m_Context.detach();
+    m_Untied.abandonContext();
 }
 
 CZxThisModule& CZxThisModule::instance()
@@ -97,6 +97,6 @@ zxresult CZxThisModule::tag(uint32_t index, const char** key, const char** value
 
 zxresult CZxThisModule::setContext(ZxObject* context)
 {
-    m_Context.clear();
-    return context ? m_Context.query(context, kZxIdContext) : kZxOk;
+    const std::shared_ptr<HostTie>& tie = TieScope::current();
+    return (tie ? *tie : m_Untied).setContext(context);
 }

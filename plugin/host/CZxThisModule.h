@@ -5,6 +5,8 @@
 #include "host/CZxGenericPolymorph.h"
 #include "host/CZxModule.h"
 
+/// Hosts of one process share it: each has a face of it, and objects made through that face go by the context
+/// that this host gave.
 class CZxThisModule final : public CZxImpl_Module,
                             public CZxImpl_TagDescription,
                             public CZxImpl_NeedContext,
@@ -34,18 +36,16 @@ public:
     /// Drops all servers, as after a start that failed half-way.
     void removeServers();
 
-    /// The host's application context; empty before the host gave it.
-    const CZxLoc_Context& context() const { return m_Context; }
-
     zxresult server(const char* name, const ZxId* interfaceId, ZxObject** server) override;
     zxresult tagCount(uint32_t* count) override;
     zxresult tag(uint32_t index, const char** key, const char** value, const ZxId** interfaceId) override;
     zxresult setContext(ZxObject* context) override;
 
 protected:
-    // Every object of the module's polymorph is the module itself.
+    // Every object of the module's polymorph is the module itself, for a host of its own.
     void* make() override { return this; }
     void destroy(void*) noexcept override { }
+    std::shared_ptr<HostTie> tieOfNext() override { return std::make_shared<HostTie>(); }
 
 private:
     // Three parallel arrays, one entry a server.
@@ -54,5 +54,5 @@ private:
     const ZxId** m_Interfaces = nullptr;
     uint32_t m_Count = 0;
     uint32_t m_Capacity = 0;
-    CZxLoc_Context m_Context;
+    HostTie m_Untied; // for calls that come through no object of the module
 };

@@ -2,7 +2,8 @@
 // What tools implement for the host, and what they may do while an event is handled.
 #pragma once
 
-#include <glue/Adapter.h>
+#include "host/HostTie.h"
+
 #include <glue/Reference.h>
 #include <zx/ZxTool.h>
 
@@ -28,11 +29,11 @@ public:
     static constexpr ZxToolTable makeTable()
     {
         return {.object = {},
-                .reset = thunk<T, &CZxImpl_Tool::reset>,
-                .evaluate = thunk<T, &CZxImpl_Tool::evaluate>,
-                .vectorType = thunk<T, &CZxImpl_Tool::vectorType>,
-                .order = thunk<T, &CZxImpl_Tool::order>,
-                .task = thunk<T, &CZxImpl_Tool::task>};
+                .reset = tiedThunk<T, &CZxImpl_Tool::reset>,
+                .evaluate = tiedThunk<T, &CZxImpl_Tool::evaluate>,
+                .vectorType = tiedThunk<T, &CZxImpl_Tool::vectorType>,
+                .order = tiedThunk<T, &CZxImpl_Tool::order>,
+                .task = tiedThunk<T, &CZxImpl_Tool::task>};
     }
 };
 template <class T>
@@ -59,15 +60,15 @@ public:
     static constexpr ZxToolModelTable makeTable()
     {
         return {.object = {},
-                .flags = thunk<T, &CZxImpl_ToolModel::flags>,
-                .draw = thunk<T, &CZxImpl_ToolModel::draw>,
-                .hitTest = thunk<T, &CZxImpl_ToolModel::hitTest>,
-                .initialise = thunk<T, &CZxImpl_ToolModel::initialise>,
-                .buttonDown = thunk<T, &CZxImpl_ToolModel::buttonDown>,
-                .move = thunk<T, &CZxImpl_ToolModel::move>,
-                .buttonUp = thunk<T, &CZxImpl_ToolModel::buttonUp>,
-                .dropped = thunk<T, &CZxImpl_ToolModel::dropped>,
-                .enable = thunk<T, &CZxImpl_ToolModel::enable>};
+                .flags = tiedThunk<T, &CZxImpl_ToolModel::flags>,
+                .draw = tiedThunk<T, &CZxImpl_ToolModel::draw>,
+                .hitTest = tiedThunk<T, &CZxImpl_ToolModel::hitTest>,
+                .initialise = tiedThunk<T, &CZxImpl_ToolModel::initialise>,
+                .buttonDown = tiedThunk<T, &CZxImpl_ToolModel::buttonDown>,
+                .move = tiedThunk<T, &CZxImpl_ToolModel::move>,
+                .buttonUp = tiedThunk<T, &CZxImpl_ToolModel::buttonUp>,
+                .dropped = tiedThunk<T, &CZxImpl_ToolModel::dropped>,
+                .enable = tiedThunk<T, &CZxImpl_ToolModel::enable>};
     }
 
 protected:

@@ -2,7 +2,7 @@
 // The host's global services, reached through the application context.
 #include "host/Services.h"
 
-#include "host/CZxThisModule.h"
+#include "host/HostTie.h"
 
 #include <zx/ZxSelection.h>
 
@@ -21,7 +21,7 @@ constexpr const char* kToolPackets = "tool";
 template <class Service>
 Service Find(const ZxId& id)
 {
-    return CZxThisModule::instance().context().fetch<&ZxContextTable::service, Service>(&id);
+    return HostTie::contextAtWork().fetch<&ZxContextTable::service, Service>(&id);
 }
 
 /// The packets of the selection type "item".
