@@ -13,7 +13,9 @@ extern "C" {
 #define ZX_MODULE_ENTRY "_IZxModule_Create"
 
 /** [load] Type of that function. The first call registers the module's servers. Returns a module object
- * (interface Module) with one reference, which the caller releases, or null if the module can't start. */
+ * (interface Module) with one reference, which the caller releases, or null if the module can't start. Hosts of
+ * one process share a loaded module, and may call at the same time: each takes an object of its own, and all
+ * that is made through it goes by the context that was given to it. */
 typedef ZxObject* (*ZxModuleEntry)(void);
 
 static const ZxId kZxIdModule = {0x66944bce1f3e9788ull, 0xb97d3d5bce7d529eull};

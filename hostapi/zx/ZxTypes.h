@@ -31,8 +31,12 @@ extern "C" {
  * one reference, which the receiver releases. Text handed out belongs to the object that gave it and lasts
  * until that object changes or goes. Text is UTF-8 and ends with a zero byte.
  *
- * Threads: all calls on the objects of one scene come from one thread at a time. References may be counted
- * from any thread.
+ * Threads: nobody else calls while a module is loaded, registered or unloaded. After that all calls on the
+ * objects of one scene come from one thread at a time, and different scenes may be on different threads at
+ * once. So may be different nodes, commands, tools and instances; a modifier server goes through one scene at a
+ * time, from its `reset` to its last `next`; the other servers answer any number of threads. What services
+ * answer (the current scene, the selection, the time) is about the thread that asks, and inside a modifier or a
+ * node about its scene. References may be counted from any thread.
  *
  * Numbers: angles in radians, times in seconds, lengths in the scene's unit. 3x3 matrices are nine doubles,
  * row by row, for column vectors (v' = M v), right-handed. */

@@ -48,8 +48,7 @@ private:
         std::swap(values.shown, m_State.shown);
         // A shown value that comes back is shown again only at its own time.
         if (cause != ChangeCause::Edit && values.shown)
-            values.shown->timeEpoch =
-                sameTime(values.shown->time, scene.host().time()) ? scene.timeEpoch() : 0;
+            values.shown->timeEpoch = sameTime(values.shown->time, scene.time()) ? scene.timeEpoch() : 0;
         DocumentAccess::dropIfEmpty(m_Channel);
     }
 

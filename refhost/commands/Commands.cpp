@@ -83,9 +83,20 @@ Scene* Invocation::scene() const { return m_Commands.host().currentScene(); }
 void Invocation::print(std::string_view line) const { m_Commands.print(line); }
 bool Invocation::printsJson() const { return m_Commands.printsJson(); }
 
+/// What commands keep of one desk.
+class CommandDesk {
+public:
+    explicit CommandDesk(Desk& desk) : states(desk) { }
+
+    EnableStates states;
+    OutputSink output;
+    bool printsJson = false;
+    int depth = 0;
+};
+
 Commands& Commands::of(Host& host) { return host.attachments().require<Commands>(host); }
 
-Commands::Commands(Host& host) : m_Host(host), m_States(std::make_unique<EnableStates>(host))
+Commands::Commands(Host& host) : m_Host(host)
 {
     for (const auto rows : {sceneCommandRows(), itemCommandRows(), channelCommandRows(), graphCommandRows(),
                             selectionCommandRows(), historyCommandRows(), queryCommandRows(),
@@ -98,6 +109,15 @@ Commands::Commands(Host& host) : m_Host(host), m_States(std::make_unique<EnableS
 }
 
 Commands::~Commands() = default;
+
+CommandDesk& Commands::here() const
+{
+    Desk& desk = m_Host.desk();
+    return desk.attachments().require<CommandDesk>(desk);
+}
+
+int Commands::depth() const { return here().depth; }
+bool Commands::printsJson() const { return here().printsJson; }
 
 const std::vector<Notifier>& Command::notifiers() const
 {
@@ -134,9 +154,12 @@ Result Commands::remove(std::string_view name)
     Command* command = find(name);
     if (!command || command->name() != name)
         return Result::failure("There is no command named " + shown(name) + ".");
-    if (m_Depth > 0)
+    if (depth() > 0)
         return Result::failure("A command is running; '" + command->name() + "' has to stay until it ends.");
-    m_States->forget(*command);
+    m_Host.forEachDesk([&](Desk& desk) {
+        if (auto* kept = desk.attachments().find<CommandDesk>())
+            kept->states.forget(*command);
+    });
     std::erase_if(m_Names, [&](const auto& entry) { return entry.second == command; });
     std::erase_if(m_Commands, [&](const auto& owned) { return owned.get() == command; });
     return {};
@@ -218,7 +241,7 @@ Enabled Commands::test(Invocation& invocation)
                                + "': " + arguments.spec(i).help + ".");
         }
     }
-    if (command.kind() == CommandKind::Session && m_Depth > 0)
+    if (command.kind() == CommandKind::Session && depth() > 0)
         return Enabled::no("'" + command.name() + "' cannot run inside another command.");
     return invocation.command().enabled(invocation);
 }
@@ -227,7 +250,7 @@ CommandResult Commands::execute(std::string_view line, std::uint32_t executionFl
 {
     ResultOf<std::unique_ptr<Invocation>> invocation = parse(line);
     if (!invocation.ok()) {
-        if (m_Depth > 0)
+        if (depth() > 0)
             m_Host.tell(MessageLevel::Warning, invocation.message);
         return malformed(std::move(invocation.message));
     }
@@ -241,27 +264,27 @@ CommandResult Commands::execute(Invocation& invocation)
 {
     CommandResult result = run(invocation);
     // The outer command goes on whatever happened, so this is the only place where the user hears of it.
-    if (m_Depth > 0 && !result.ok() && !result.message.empty())
+    if (depth() > 0 && !result.ok() && !result.message.empty())
         m_Host.tell(MessageLevel::Warning, invocation.command().name() + ": " + result.message);
     return result;
 }
 
 CommandResult Commands::run(Invocation& invocation)
 {
-    if (m_Depth >= kMaximumDepth) {
+    if (depth() >= kMaximumDepth) {
         return {Outcome::Refused,
                 "Commands run each other more than " + std::to_string(kMaximumDepth)
                     + " deep here; one of them has to stop."};
     }
     if (Enabled enabled = test(invocation); !enabled.yes) {
         // Without a word from the command a user at the outside would be left in the dark.
-        if (enabled.message.empty() && m_Depth == 0)
+        if (enabled.message.empty() && depth() == 0)
             enabled.message = "'" + invocation.command().name() + "' cannot run now.";
         return {Outcome::Refused, std::move(enabled.message)};
     }
     if (invocation.command().kind() == CommandKind::Edit)
         return runInStep(invocation);
-    const DepthGuard guard(m_Depth);
+    const DepthGuard guard(here().depth);
     Result result = invocation.command().execute(invocation);
     return {result.ok() ? Outcome::Done : Outcome::Failed, std::move(result.message)};
 }
@@ -277,7 +300,7 @@ CommandResult Commands::runInStep(Invocation& invocation)
     Step step(journal, invocation.command().name());
     if (!step.isOpen())
         return {Outcome::Refused, "The scene cannot be changed while it is being loaded."};
-    const DepthGuard guard(m_Depth);
+    const DepthGuard guard(here().depth);
     Result result = invocation.command().execute(invocation);
     if (result.ok())
         result = step.commit();
@@ -286,7 +309,7 @@ CommandResult Commands::runInStep(Invocation& invocation)
 
 const Enabled& Commands::state(Command& command)
 {
-    return m_States->of(command, [&] {
+    return here().states.of(command, [&] {
         Invocation invocation(*this, command);
         return command.enabled(invocation);
     });
@@ -294,14 +317,14 @@ const Enabled& Commands::state(Command& command)
 
 void Commands::setOutputSink(OutputSink sink, bool json)
 {
-    m_Output = std::move(sink);
-    m_PrintsJson = json;
+    here().output = std::move(sink);
+    here().printsJson = json;
 }
 
 void Commands::print(std::string_view line) const
 {
-    if (m_Output)
-        m_Output(line);
+    if (const OutputSink& output = here().output)
+        output(line);
 }
 
 } // namespace refhost

@@ -58,20 +58,25 @@ public:
 
 private:
     Scene& m_Scene;
-    EnableStates& m_States; // hangs on the host, which outlives its scenes
+    EnableStates& m_States; // hangs on the desk, which outlives its scenes
 };
 
-EnableStates::EnableStates(Host& host) : m_Host(host)
+EnableStates::EnableStates(Desk& desk) : m_Desk(desk)
 {
-    host.addListener(*this);
-    for (const auto& scene : host.scenes())
+    desk.addListener(*this);
+    for (const auto& scene : desk.scenes())
         sceneAdded(*scene);
 }
 
-EnableStates::~EnableStates() { m_Host.removeListener(*this); }
+EnableStates::~EnableStates() { m_Desk.removeListener(*this); }
 
 const Enabled& EnableStates::of(const Command& command, const std::function<Enabled()>& test)
 {
+    if (const unsigned events = m_Events.exchange(0)) {
+        std::erase_if(m_States, [&](const auto& entry) {
+            return ((entry.second.events & events) | (events & kEverything)) != 0;
+        });
+    }
     if (const auto found = m_States.find(&command); found != m_States.end())
         return found->second.enabled;
     if (command.notifiers().empty())
@@ -82,22 +87,14 @@ const Enabled& EnableStates::of(const Command& command, const std::function<Enab
     return m_States.insert_or_assign(&command, std::move(state)).first->second.enabled;
 }
 
-void EnableStates::note(const Change& change)
-{
-    if (m_States.empty())
-        return;
-    const unsigned events = eventsOf(change);
-    std::erase_if(m_States, [&](const auto& entry) {
-        return ((entry.second.events & events) | (events & kEverything)) != 0;
-    });
-}
+void EnableStates::note(const Change& change) { m_Events |= eventsOf(change); }
 
 void EnableStates::sceneAdded(Scene& scene)
 {
-    m_States.clear();
+    m_Events |= kEverything;
     scene.attachments().require<EnableWatch>(scene, *this);
 }
 
-void EnableStates::sceneClosing(Scene&) { m_States.clear(); }
+void EnableStates::sceneClosing(Scene&) { m_Events |= kEverything; }
 
 } // namespace refhost

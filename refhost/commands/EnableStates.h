@@ -6,21 +6,24 @@
 #include "refhost/Command.h"
 #include "refhost/Host.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 
 namespace refhost {
 
-/// Hears of the changes of all scenes. Another current scene, setup mode and loading forget everything.
+/// Hears of the changes of all scenes of a desk. Another current scene, setup mode and loading forget
+/// everything.
 class EnableStates final : public HostListener {
 public:
-    explicit EnableStates(Host& host);
+    explicit EnableStates(Desk& desk);
     ~EnableStates() override;
 
     /// What is remembered of the command, or what `test` says now; valid until the next call.
     const Enabled& of(const Command& command, const std::function<Enabled()>& test);
     void forget(const Command& command) { m_States.erase(&command); }
 
+    /// May be called on the thread of any scene; what it forgets is forgotten at the next question.
     void note(const Change& change);
     void sceneAdded(Scene& scene) override;
     void sceneClosing(Scene& scene) override;
@@ -33,7 +36,8 @@ private:
         Enabled enabled;
         unsigned events = 0; ///< those that forget it
     };
-    Host& m_Host;
+    Desk& m_Desk;
+    std::atomic<unsigned> m_Events = 0; ///< since the last question
     std::map<const Command*, State> m_States;
     Enabled m_Unremembered;
 };

@@ -74,7 +74,7 @@ ResultOf<std::uint32_t> mapOf(Scene& scene, MeshData& data, Item& item, Item& jo
             return {static_cast<std::uint32_t>(i), {}};
     }
     Channel* channel = joint.channel("worldMatrix");
-    const double time = scene.host().time();
+    const double time = scene.time();
     Matrix34 world, own, inverse;
     if (!channel || !Evaluation::of(scene).matrix(*channel, time, world) || !invert(world, inverse))
         return Answer::failure("'" + joint.label() + "' has no place that a mesh could be bound to.");

@@ -13,7 +13,7 @@
 
 namespace refhost {
 
-ViewChoice& ViewChoice::of(Host& host) { return host.attachments().require<ViewChoice>(); }
+ViewChoice& ViewChoice::of(Host& host) { return host.desk().attachments().require<ViewChoice>(); }
 
 void ViewChoice::look(Host& host, Camera wanted)
 {

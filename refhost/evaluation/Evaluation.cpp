@@ -82,13 +82,6 @@ void Modifiers::remove(const Modifier& modifier)
 EvaluatedRead::EvaluatedRead(Evaluation& evaluation, EvalGraph& graph, double time)
     : m_Evaluation(&evaluation), m_Graph(&graph), m_Time(time)
 {
-    evaluation.m_Reads.push_back(this);
-}
-
-EvaluatedRead::~EvaluatedRead()
-{
-    if (m_Evaluation)
-        std::erase(m_Evaluation->m_Reads, this);
 }
 
 Channel* EvaluatedRead::liveChannel(const Item& item, int channel) const
@@ -147,7 +140,7 @@ bool EvaluatedRead::matrix(const Item& item, int channel, Matrix34& out)
 Evaluation& Evaluation::of(Scene& scene) { return scene.attachments().require<Evaluation>(scene); }
 
 Evaluation::Evaluation(Scene& scene)
-    : m_Scene(scene), m_Now(std::make_unique<EvalGraph>(*this, scene, &EvalCell::now, scene.host().time()))
+    : m_Scene(scene), m_Now(std::make_unique<EvalGraph>(*this, scene, &EvalCell::now, scene.time()))
 {
     scene.addListener(*this);
     Modifiers::of(scene.host()).addListener(*this);
@@ -155,8 +148,10 @@ Evaluation::Evaluation(Scene& scene)
 
 Evaluation::~Evaluation()
 {
-    for (EvaluatedRead* read : m_Reads)
-        read->m_Evaluation = nullptr;
+    for (const auto& each : m_Reads) {
+        if (const auto read = each.lock())
+            read->m_Evaluation = nullptr;
+    }
     Modifiers::of(m_Scene.host()).removeListener(*this);
     m_Scene.removeListener(*this);
 }
@@ -207,7 +202,7 @@ std::uint64_t Evaluation::makingCount(std::string_view modifier) const
 /// The graph at a time, with its nodes made.
 EvalGraph& Evaluation::graphAt(double timeSeconds)
 {
-    const double now = m_Scene.host().time();
+    const double now = m_Scene.time();
     EvalGraph* graph = m_Now.get();
     if (sameTime(timeSeconds, now)) {
         graph->setTime(now);
@@ -264,7 +259,10 @@ std::shared_ptr<EvaluatedRead> Evaluation::read(double timeSeconds)
         freeze(&graph);
         graph.retryFailedNodes();
     }
-    return std::shared_ptr<EvaluatedRead>(new EvaluatedRead(*this, graph, timeSeconds));
+    std::shared_ptr<EvaluatedRead> made(new EvaluatedRead(*this, graph, timeSeconds));
+    std::erase_if(m_Reads, [](const auto& each) { return each.expired(); });
+    m_Reads.push_back(made);
+    return made;
 }
 
 std::optional<double> Evaluation::figure(const Item& item, std::string_view modifier, const char* name)
@@ -298,9 +296,13 @@ void Evaluation::invalidate()
 /// Gives the reads that are alive a copy of what they show.
 void Evaluation::freeze(const EvalGraph* only)
 {
+    if (m_Reads.empty())
+        return;
+    std::erase_if(m_Reads, [](const auto& each) { return each.expired(); });
     std::shared_ptr<const SceneSnapshot> copies[2];
-    for (EvaluatedRead* read : m_Reads) {
-        if (read->m_Snapshot || (only && read->m_Graph != only))
+    for (const auto& each : m_Reads) {
+        const std::shared_ptr<EvaluatedRead> read = each.lock();
+        if (!read || read->m_Snapshot || (only && read->m_Graph != only))
             continue;
         std::shared_ptr<const SceneSnapshot>& copy = copies[read->m_Graph == m_Other.get()];
         if (!copy) {
@@ -360,7 +362,7 @@ void Evaluation::afterChange(Scene&, const Change& change)
         graph->retryFailedNodes();
     }
     if (effect == Effect::Time)
-        m_Now->setTime(m_Scene.host().time());
+        m_Now->setTime(m_Scene.time());
     // What can open a circle: one that is closed again is news.
     if (effect == Effect::Removal || change.kind == ChangeKind::ChannelLinkRemoved
         || change.kind == ChangeKind::ItemReparented)

@@ -99,14 +99,12 @@ std::string UnknownContent::digest() const
     return quotedList(parts);
 }
 
-DataKinds& DataKinds::of(Host& host)
+DataKinds& DataKinds::of(Host& host) { return host.attachments().require<DataKinds>(); }
+
+DataKinds::DataKinds()
 {
-    if (DataKinds* kinds = host.attachments().find<DataKinds>())
-        return *kinds;
-    DataKinds& kinds = host.attachments().require<DataKinds>();
-    kinds.add(kMotionSourceKind, motionSourceKind());
-    kinds.add(kMeshDataKind, meshDataKind());
-    return kinds;
+    add(kMotionSourceKind, motionSourceKind());
+    add(kMeshDataKind, meshDataKind());
 }
 
 void DataKinds::add(std::string_view name, DataKind kind)

@@ -186,7 +186,7 @@ void recordItems(Scene& scene, const View& view, DrawingList& list, std::optiona
     Modules* modules = scene.host().attachments().find<Modules>();
     if (!modules)
         return;
-    const double time = timeSeconds.value_or(scene.host().time());
+    const double time = timeSeconds.value_or(scene.time());
     HostBinding& binding = modules->binding();
     Evaluation& evaluation = Evaluation::of(scene);
     const HeldObject read(

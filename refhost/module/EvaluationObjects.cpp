@@ -45,23 +45,23 @@ std::string reasonOf(zxresult result)
 class ModuleNode final : public ModifierNode {
 public:
     /// Takes over a reference to the node, and the evaluation object.
-    ModuleNode(HostBinding& binding, ZxObject* node, EvaluationObject& evaluation)
-        : m_Binding(binding), m_Evaluation(evaluation)
+    ModuleNode(HostBinding& binding, Scene& scene, ZxObject* node, EvaluationObject& evaluation)
+        : m_Binding(binding), m_Scene(scene), m_Evaluation(evaluation)
     {
         m_Node.adopt(node);
     }
     ~ModuleNode() override
     {
         {
-            const PhaseScope phase(m_Binding, kEvalPhase);
+            const PhaseScope phase(m_Binding, kEvalPhase, &m_Scene);
             m_Node.clear();
         }
-        m_Binding.matrices().forget(m_Evaluation);
+        m_Evaluation.matrices().forget(m_Evaluation);
         m_Binding.dispose(m_Evaluation);
     }
     Result evaluate(NodeChannels&) override
     {
-        const PhaseScope phase(m_Binding, kEvalPhase);
+        const PhaseScope phase(m_Binding, kEvalPhase, &m_Scene);
         m_Evaluation.beginRun();
         const zxresult result = m_Node.call<&ZxModifierTable::evaluate>();
         m_Evaluation.beginRun(); // what was taken ends here
@@ -77,6 +77,7 @@ public:
 
 private:
     HostBinding& m_Binding;
+    Scene& m_Scene;
     CZxLocalize<ZxModifierTable> m_Node;
     EvaluationObject& m_Evaluation;
 };
@@ -84,7 +85,9 @@ private:
 } // namespace
 
 EvaluationObject::EvaluationObject(HostBinding& binding, Scene& scene, NodeChannels& channels)
-    : HostObject(binding, &scene, kZxIdEvaluation, "Evaluation", kTable.object, this), m_Channels(&channels)
+    : HostObject(binding, &scene, kZxIdEvaluation, "Evaluation", kTable.object, this),
+      m_Channels(&channels),
+      m_Matrices(binding.matrices(scene))
 {
 }
 
@@ -126,7 +129,7 @@ zxresult EvaluationObject::matrix(uint32_t index, uint32_t writing, ZxObject** m
         return kZxInvalidArgument;
     if (const zxresult result = resultOf(m_Channels->matrix(index, writing == 1)); failed(result))
         return result;
-    *matrix = binding().matrices().take(*this, index, writing == 1).face();
+    *matrix = m_Matrices->take(*this, index, writing == 1).face();
     return kZxOk;
 }
 
@@ -138,8 +141,8 @@ constinit const ZxEvaluationTable EvaluationObject::kTable = {
     .matrix = hostSlot<EvaluationObject, &EvaluationObject::matrix, kEvalPhase>,
 };
 
-SlotMatrixObject::SlotMatrixObject(HostBinding& binding)
-    : HostObject(binding, nullptr, kZxIdMatrix, "Matrix", kTable.object, this)
+SlotMatrixObject::SlotMatrixObject(HostBinding& binding, const Scene* scene)
+    : HostObject(binding, scene, kZxIdMatrix, "Matrix", kTable.object, this)
 {
 }
 
@@ -169,7 +172,7 @@ SlotMatrixObject& SlotMatrices::take(EvaluationObject& evaluation, uint32_t inde
             return *m_Ring[m_Next];
         }
     }
-    SlotMatrixObject& made = m_Binding.make<SlotMatrixObject>();
+    SlotMatrixObject& made = m_Binding.make<SlotMatrixObject>(evaluation.scene());
     made.setKept(true);
     made.take(evaluation, index, writing);
     made.releaseReference(); // the maker's own
@@ -181,6 +184,13 @@ void SlotMatrices::forget(const EvaluationObject& evaluation)
 {
     for (SlotMatrixObject* matrix : m_Ring)
         matrix->forget(evaluation);
+}
+
+void SlotMatrices::dispose()
+{
+    for (SlotMatrixObject* matrix : m_Ring)
+        m_Binding.dispose(*matrix);
+    m_Ring.clear();
 }
 
 zxresult SlotMatrixObject::get3x3(double* nine)
@@ -228,7 +238,8 @@ ModuleModifier::ModuleModifier(HostBinding& binding, std::string name, CZxObject
 
 Result ModuleModifier::enumerate(Scene& scene, std::vector<ModifierTarget>& targets)
 {
-    const PhaseScope phase(m_Binding, kEvalPhase);
+    const std::scoped_lock lock(m_Asking);
+    const PhaseScope phase(m_Binding, kEvalPhase, &scene);
     Result result = listTargets(scene, targets);
     if (!result.ok()) {
         targets.clear();
@@ -266,9 +277,11 @@ ResultOf<std::unique_ptr<ModifierNode>> ModuleModifier::allocate(const ModifierT
                                                                  NodeChannels& channels)
 {
     using Answer = ResultOf<std::unique_ptr<ModifierNode>>;
-    const PhaseScope phase(m_Binding, kEvalPhase);
+    Scene& scene = target.item->scene();
+    const std::scoped_lock lock(m_Asking);
+    const PhaseScope phase(m_Binding, kEvalPhase, &scene);
     const HeldObject item(m_Binding.itemObject(*target.item));
-    EvaluationObject& evaluation = m_Binding.make<EvaluationObject>(target.item->scene(), channels);
+    EvaluationObject& evaluation = m_Binding.make<EvaluationObject>(scene, channels);
     evaluation.setKept(true);
     ZxObject* node = nullptr;
     zxresult result = m_Server.call<&ZxEvalModifierTable::allocate>(item.face(), target.attribute,
@@ -281,7 +294,7 @@ ResultOf<std::unique_ptr<ModifierNode>> ModuleModifier::allocate(const ModifierT
         return Answer::failure(reasonOf(result));
     }
     Answer made;
-    made.value = std::make_unique<ModuleNode>(m_Binding, node, evaluation);
+    made.value = std::make_unique<ModuleNode>(m_Binding, scene, node, evaluation);
     return made;
 }
 

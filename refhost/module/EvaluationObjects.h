@@ -9,12 +9,14 @@
 #include <zx/ZxEvaluation.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 namespace refhost {
 
 class NodeChannels;
+class SlotMatrices;
 class SlotMatrixObject;
 
 /// A node's channels as the module sees them.
@@ -29,6 +31,7 @@ public:
     void markGone() override;
 
     NodeChannels* channels() const { return m_Channels; }
+    SlotMatrices& matrices() const { return *m_Matrices; }
     /// Counts the node's evaluations: a matrix lasts for one.
     std::uint64_t run() const { return m_Run; }
     void beginRun() { ++m_Run; }
@@ -38,14 +41,13 @@ public:
 private:
     NodeChannels* m_Channels;
     std::uint64_t m_Run = 0;
-    std::vector<SlotMatrixObject*>
-        m_Matrices; // by slot, first for reading, then for writing; null until asked for
+    std::shared_ptr<SlotMatrices> m_Matrices; // of the scene
 };
 
 /// The matrix of one slot for one evaluation. It stands for another slot later on.
 class SlotMatrixObject final : public HostObject {
 public:
-    explicit SlotMatrixObject(HostBinding& binding);
+    SlotMatrixObject(HostBinding& binding, const Scene* scene);
 
     /// With a reference for the taker.
     void take(EvaluationObject& evaluation, uint32_t index, bool writing);
@@ -68,14 +70,16 @@ private:
     bool m_Writing = false;
 };
 
-/// Matrices to hand out, in turn: taking one allocates nothing, few of them keep the memory warm, and one
-/// that was released refuses calls until its turn comes again.
+/// Matrices to hand out to the nodes of one scene, in turn: taking one allocates nothing, few of them keep
+/// the memory warm, and one that was released refuses calls until its turn comes again.
 class SlotMatrices {
 public:
     explicit SlotMatrices(HostBinding& binding) : m_Binding(binding) { }
 
     SlotMatrixObject& take(EvaluationObject& evaluation, uint32_t index, bool writing);
     void forget(const EvaluationObject& evaluation);
+    /// Gives all of them up when the scene goes.
+    void dispose();
 
 private:
     HostBinding& m_Binding;
@@ -102,6 +106,7 @@ private:
 
     HostBinding& m_Binding;
     std::string m_Name;
+    std::mutex m_Asking; // the server goes through one scene at a time
     CZxLocalize<ZxEvalModifierTable> m_Server;
     std::vector<std::string> m_TypeList, m_GraphList;
 };

@@ -6,6 +6,7 @@
 #include "module/EvaluationObjects.h"
 #include "module/PackageInstances.h"
 #include "module/SceneObjects.h"
+#include "module/SceneWatch.h"
 #include "refhost/Scene.h"
 
 #include <algorithm>
@@ -43,65 +44,53 @@ std::string resultText(zxresult result)
     return std::string(found == std::end(kResultTexts) ? "failure" : found->text) + " (" + code + ")";
 }
 
-/// Hears of a scene's changes, and of its end, for the binding.
-class SceneWatch final : public SceneListener {
-public:
-    SceneWatch(Scene& scene, HostBinding& binding) : m_Scene(scene), m_Binding(&binding)
-    {
-        scene.addListener(*this);
-        binding.m_Watches.push_back(this);
-    }
-    ~SceneWatch() override
-    {
-        m_Scene.removeListener(*this);
-        if (m_Binding) {
-            m_Binding->sceneGone(m_Scene);
-            std::erase(m_Binding->m_Watches, this);
-        }
-    }
-    void beforeChange(Scene&, const Change& change) override
-    {
-        if (!m_Binding)
-            return;
-        if (change.kind == ChangeKind::ItemRemoved)
-            m_Binding->instances().removeFrom(*change.item);
-        else if (change.kind == ChangeKind::PackageRemoved)
-            m_Binding->instances().removeFrom(*change.item, change.name);
-    }
-    void afterChange(Scene&, const Change& change) override
-    {
-        if (!m_Binding)
-            return;
-        switch (change.kind) {
-        case ChangeKind::ItemAdded:
-            m_Binding->instances().expect(*change.item);
-            m_Binding->sceneChanged(m_Scene);
-            break;
-        case ChangeKind::PackageAdded:
-            m_Binding->instances().expect(*change.item);
-            break;
-        case ChangeKind::ItemRemoved:
-            m_Binding->itemGone(*change.item);
-            m_Binding->sceneChanged(m_Scene);
-            break;
-        case ChangeKind::Loaded:
-            m_Binding->instances().makeExpected();
-            break;
-        default:
-            break;
-        }
-    }
-    void afterStep(Scene&) override
-    {
-        if (m_Binding)
-            m_Binding->instances().makeExpected();
-    }
-    void forget() { m_Binding = nullptr; }
+namespace {
 
-private:
-    Scene& m_Scene;
-    HostBinding* m_Binding;
-};
+// Kept by the thread, so that it outlives its binding while the thread may look at its owner.
+constinit thread_local std::shared_ptr<BorderCalls> callsOfThread;
+
+} // namespace
+
+BorderCalls* HostBinding::lastCalls() { return callsOfThread.get(); }
+
+BorderCalls& HostBinding::findCalls() const
+{
+    const std::scoped_lock lock(m_Mutex);
+    std::shared_ptr<BorderCalls>& found = m_Threads[std::this_thread::get_id()];
+    if (!found) {
+        found = std::make_shared<BorderCalls>();
+        found->owner = this;
+    }
+    callsOfThread = found;
+    return *found;
+}
+
+std::uint64_t HostBinding::callCount() const
+{
+    const std::scoped_lock lock(m_Mutex);
+    std::uint64_t count = 0;
+    for (const auto& [thread, calls] : m_Threads)
+        count += calls->count.load(std::memory_order_relaxed);
+    return count;
+}
+
+void HostBinding::failCall(std::uint64_t n)
+{
+    BorderCalls& own = calls();
+    own.failAt = n == 0 ? 0 : own.count.load(std::memory_order_relaxed) + n;
+}
+
+Scene* HostBinding::currentScene() const
+{
+    Scene* const evaluated = calls().scene;
+    return evaluated ? evaluated : m_Host.currentScene();
+}
+
+Desk& HostBinding::desk() const
+{
+    Scene* const evaluated = calls().scene;
+    return evaluated ? evaluated->desk() : m_Host.desk();
+}
 
 void HostObject::releaseReference()
 {
@@ -145,22 +134,23 @@ zxresult HostObject::release(ZxObject* self)
     return kZxOk;
 }
 
-HostBinding::HostBinding(Host& host)
-    : m_Host(host),
-      m_Instances(std::make_unique<PackageInstances>(*this)),
-      m_Matrices(std::make_unique<SlotMatrices>(*this))
+HostBinding::HostBinding(Host& host) : m_Host(host), m_Instances(std::make_unique<PackageInstances>(*this))
 {
     host.addListener(*this);
-    for (const auto& scene : host.scenes())
-        watch(*scene);
+    host.forEachDesk([&](Desk& desk) {
+        for (const auto& scene : desk.scenes())
+            watch(*scene);
+    });
 }
 
 HostBinding::~HostBinding()
 {
     m_Host.removeListener(*this);
+    m_Instances.reset();
     for (SceneWatch* one : m_Watches)
         one->forget();
-    m_Instances.reset();
+    for (const auto& [thread, calls] : m_Threads)
+        calls->owner = nullptr;
     while (m_First) {
         HostObject* object = m_First;
         unlink(*object);
@@ -188,7 +178,7 @@ void HostBinding::unlink(HostObject& object)
 void HostBinding::retire(HostObject& object)
 {
     const std::scoped_lock lock(m_Mutex);
-    if (object.references() != 0) // handed out again meanwhile
+    if (object.references() != 0 || std::exchange(object.m_Retired, true)) // handed out again meanwhile
         return;
     if (const auto* item = dynamic_cast<const ItemObject*>(&object); item && item->item())
         m_Items.erase(item->item());
@@ -268,7 +258,7 @@ void HostBinding::markAllGone()
 
 void HostBinding::noteOverRelease(const HostObject& object)
 {
-    if (std::exchange(m_ToldOverRelease, true))
+    if (m_ToldOverRelease.exchange(true))
         return;
     m_Host.tell(
         MessageLevel::Error,
@@ -285,12 +275,6 @@ void HostBinding::noteNull(const HostObject& object)
                     + object.interfaceName() + " that needs something; the call was refused.");
 }
 
-void HostBinding::noteTrouble(std::string_view why)
-{
-    if (m_Trouble.empty())
-        m_Trouble = why;
-}
-
 void HostBinding::commandGone(const Command& command)
 {
     const std::scoped_lock lock(m_Mutex);
@@ -301,7 +285,28 @@ void HostBinding::commandGone(const Command& command)
     }
 }
 
-void HostBinding::watch(Scene& scene) { scene.attachments().require<SceneWatch>(scene, *this); }
+SceneWatch& HostBinding::watch(Scene& scene) { return scene.attachments().require<SceneWatch>(scene, *this); }
+
+void HostBinding::addWatch(SceneWatch& watch)
+{
+    const std::scoped_lock lock(m_Mutex);
+    m_Watches.push_back(&watch);
+}
+
+void HostBinding::removeWatch(SceneWatch& watch)
+{
+    const std::scoped_lock lock(m_Mutex);
+    std::erase(m_Watches, &watch);
+}
+
+void HostBinding::forEachWatch(const std::function<void(SceneWatch&)>& visit) const
+{
+    const std::scoped_lock lock(m_Mutex);
+    for (SceneWatch* watch : m_Watches)
+        visit(*watch);
+}
+
+const std::shared_ptr<SlotMatrices>& HostBinding::matrices(Scene& scene) { return watch(scene).matrices(); }
 
 void HostBinding::itemGone(const Item& item)
 {
@@ -321,23 +326,22 @@ void HostBinding::sceneChanged(const Scene& scene)
 
 void HostBinding::sceneGone(const Scene& scene)
 {
-    m_Instances->removeFrom(scene);
     const std::scoped_lock lock(m_Mutex);
     for (HostObject* object = m_First; object; object = object->m_Next) {
         if (object->scene() == &scene)
             object->markGone();
     }
-    std::erase_if(m_Items, [&](const auto& entry) { return entry.second->isGone(); });
+    std::erase_if(m_Items, [&](const auto& entry) { return entry.second->scene() == &scene; });
     m_Scenes.erase(&scene);
 }
 
 void HostBinding::sceneAdded(Scene& scene)
 {
-    watch(scene);
-    m_Instances->expectAll(scene);
-    m_Instances->makeExpected();
+    SceneWatch& watched = watch(scene);
+    m_Instances->expectAll(watched);
+    m_Instances->makeExpected(watched);
 }
 
-void HostBinding::sceneClosing(Scene& scene) { m_Instances->removeFrom(scene); }
+void HostBinding::sceneClosing(Scene& scene) { m_Instances->removeFrom(watch(scene)); }
 
 } // namespace refhost

@@ -82,8 +82,9 @@ private:
     const ZxId* m_Id;
     ZxFace m_Face;
     std::atomic<std::uint32_t> m_References{1};
-    bool m_Gone = false;
+    bool m_Gone = false; // written while nobody else can use the object
     bool m_Kept = false;
+    bool m_Retired = false; // under the binding's lock
     HostObject* m_Previous = nullptr; // in the binding's list
     HostObject* m_Next = nullptr;
 };

@@ -21,10 +21,10 @@ namespace {
 // No module has so many; a count beyond it is no count.
 constexpr std::uint32_t kTagLimit = 100000;
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kKeepsLibraries = true;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 constexpr bool kKeepsLibraries = true;
 #else
 constexpr bool kKeepsLibraries = false;
@@ -89,7 +89,7 @@ ResultOf<std::unique_ptr<Library>> Library::open(const std::string& path)
 
 Library::~Library()
 {
-    // A leak report needs the library's code to name what leaked.
+    // A sanitizer's report needs the library's code to name what it is about.
     if (!kKeepsLibraries)
         dlclose(m_Handle);
 }
@@ -283,7 +283,7 @@ Result LoadedModule::registerTools()
 {
     for (const std::string& name : m_NewTools) {
         auto maker = std::make_shared<ModuleToolMaker>(m_Binding, *this, name);
-        if (Result added = ToolHost::of(m_Binding.host()).add(std::move(maker)); !added.ok())
+        if (Result added = ToolMakers::of(m_Binding.host()).add(std::move(maker)); !added.ok())
             return Result::failure(at(name) + added.message);
         m_Tools.push_back(name);
     }
@@ -367,10 +367,8 @@ void LoadedModule::stop()
     }
     m_Commands.clear();
     m_NewCommands.clear();
-    if (auto* tools = m_Binding.host().attachments().find<ToolHost>()) {
-        for (const std::string& name : m_Tools)
-            tools->remove(name);
-    }
+    for (const std::string& name : m_Tools)
+        ToolMakers::of(m_Binding.host()).remove(name);
     m_Tools.clear();
     m_NewTools.clear();
     for (const auto& modifier : m_Modifiers)

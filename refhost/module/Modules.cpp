@@ -8,6 +8,7 @@
 #include "refhost/Commands.h"
 #include "refhost/Messages.h"
 #include "refhost/Scene.h"
+#include "refhost/Tool.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -31,6 +32,7 @@ Modules::Modules(Host& host) : m_Host(host)
     Modifiers::of(host); // these must outlive this
     Commands::of(host);
     Messages::of(host);
+    ToolMakers::of(host);
     m_Binding = std::make_unique<HostBinding>(host);
 }
 

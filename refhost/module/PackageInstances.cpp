@@ -4,7 +4,7 @@
 
 #include "module/HostBinding.h"
 #include "module/SceneObjects.h"
-#include "refhost/Scene.h"
+#include "module/SceneWatch.h"
 
 #include <algorithm>
 
@@ -12,53 +12,75 @@ namespace refhost {
 
 PackageInstances::~PackageInstances()
 {
-    remove([](const Item&, const Instance&) { return true; });
+    m_Binding.forEachWatch([&](SceneWatch& scene) { removeFrom(scene); });
 }
 
 void PackageInstances::addServer(PackageServer& server)
 {
     m_Servers.push_back(&server);
-    for (const auto& scene : m_Binding.host().scenes())
-        expectAll(*scene);
+    m_Binding.host().forEachDesk([&](Desk& desk) {
+        for (const auto& scene : desk.scenes())
+            expectAll(m_Binding.watch(*scene));
+    });
 }
 
 void PackageInstances::removeServer(const PackageServer& server)
 {
     std::erase(m_Servers, &server);
-    remove([&](const Item&, const Instance& instance) { return instance.server == &server; });
-}
-
-void PackageInstances::expect(Item& item)
-{
-    if (!m_Servers.empty())
-        m_Expected.insert(&item);
-}
-
-void PackageInstances::expectAll(Scene& scene)
-{
-    if (m_Servers.empty())
-        return;
-    for (Item* item : scene.items())
-        m_Expected.insert(item);
+    m_Binding.forEachWatch([&](SceneWatch& scene) {
+        remove(scene.instances(),
+               [&](const Item&, const Instance& instance) { return instance.server == &server; });
+    });
 }
 
 void PackageInstances::makeExpected()
 {
-    if (m_Expected.empty())
-        return;
-    std::vector<Item*> items(m_Expected.begin(), m_Expected.end());
-    m_Expected.clear();
-    std::sort(items.begin(), items.end(), [](const Item* a, const Item* b) { return a->id() < b->id(); });
-    for (Item* item : items)
-        makeOn(*item);
+    m_Binding.forEachWatch([&](SceneWatch& scene) { makeExpected(scene); });
 }
 
-void PackageInstances::makeOn(Item& item)
+std::size_t PackageInstances::count() const
+{
+    std::size_t count = 0;
+    m_Binding.forEachWatch([&](SceneWatch& scene) {
+        for (const auto& [item, list] : scene.instances().made)
+            count += static_cast<std::size_t>(std::count_if(
+                list.begin(), list.end(), [](const Instance& one) { return static_cast<bool>(one.object); }));
+    });
+    return count;
+}
+
+void PackageInstances::expect(SceneWatch& scene, Item& item)
+{
+    if (!m_Servers.empty())
+        scene.instances().expected.insert(&item);
+}
+
+void PackageInstances::expectAll(SceneWatch& scene)
+{
+    if (m_Servers.empty())
+        return;
+    for (Item* item : scene.scene().items())
+        scene.instances().expected.insert(item);
+}
+
+void PackageInstances::makeExpected(SceneWatch& scene)
+{
+    SceneInstances& instances = scene.instances();
+    if (instances.expected.empty())
+        return;
+    std::vector<Item*> items(instances.expected.begin(), instances.expected.end());
+    instances.expected.clear();
+    std::sort(items.begin(), items.end(), [](const Item* a, const Item* b) { return a->id() < b->id(); });
+    for (Item* item : items)
+        makeOn(instances, *item);
+}
+
+void PackageInstances::makeOn(SceneInstances& scene, Item& item)
 {
     for (PackageServer* server : m_Servers) {
         if (!item.hasPackage(server->name))
             continue;
-        if (const auto found = m_Instances.find(&item); found != m_Instances.end()) {
+        if (const auto found = scene.made.find(&item); found != scene.made.end()) {
             const List& list = found->second;
             if (std::any_of(list.begin(), list.end(),
                             [&](const Instance& one) { return one.server == server; }))
@@ -80,11 +102,11 @@ void PackageInstances::makeOn(Item& item)
                 instance.object.clear();
             }
         }
-        if (failed(result) && !std::exchange(server->failedBefore, true))
+        if (failed(result) && !server->failedBefore.exchange(true))
             m_Binding.host().tell(MessageLevel::Error,
                                   "'" + server->name + "' can't put its object on '" + item.label()
                                       + "': " + resultText(result) + ". Its channels work all the same.");
-        m_Instances[&item].push_back(std::move(instance));
+        scene.made[&item].push_back(std::move(instance));
     }
 }
 
@@ -96,21 +118,23 @@ void PackageInstances::clean(Instance& instance)
     instance.object.clear();
 }
 
-void PackageInstances::removeFrom(const Item& item)
+void PackageInstances::removeFrom(SceneWatch& scene, const Item& item)
 {
-    m_Expected.erase(const_cast<Item*>(&item)); // a key alone
-    const auto found = m_Instances.find(&item);
-    if (found == m_Instances.end())
+    SceneInstances& instances = scene.instances();
+    instances.expected.erase(const_cast<Item*>(&item)); // a key alone
+    const auto found = instances.made.find(&item);
+    if (found == instances.made.end())
         return;
     for (Instance& instance : found->second)
         clean(instance);
-    m_Instances.erase(found);
+    instances.made.erase(found);
 }
 
-void PackageInstances::removeFrom(const Item& item, std::string_view package)
+void PackageInstances::removeFrom(SceneWatch& scene, const Item& item, std::string_view package)
 {
-    const auto found = m_Instances.find(&item);
-    if (found == m_Instances.end())
+    SceneInstances& instances = scene.instances();
+    const auto found = instances.made.find(&item);
+    if (found == instances.made.end())
         return;
     for (Instance& instance : found->second) {
         if (instance.server->name == package)
@@ -118,26 +142,26 @@ void PackageInstances::removeFrom(const Item& item, std::string_view package)
     }
     std::erase_if(found->second, [&](const Instance& one) { return one.server->name == package; });
     if (found->second.empty())
-        m_Instances.erase(found);
+        instances.made.erase(found);
 }
 
-void PackageInstances::removeFrom(const Scene& scene)
+void PackageInstances::removeFrom(SceneWatch& scene)
 {
-    std::erase_if(m_Expected, [&](const Item* item) { return &item->scene() == &scene; });
-    remove([&](const Item& item, const Instance&) { return &item.scene() == &scene; });
+    scene.instances().expected.clear();
+    remove(scene.instances(), [](const Item&, const Instance&) { return true; });
 }
 
 template <class Wanted>
-void PackageInstances::remove(Wanted wanted)
+void PackageInstances::remove(SceneInstances& scene, Wanted wanted)
 {
-    for (auto at = m_Instances.begin(); at != m_Instances.end();) {
+    for (auto at = scene.made.begin(); at != scene.made.end();) {
         List& list = at->second;
         for (Instance& instance : list) {
             if (wanted(*at->first, instance))
                 clean(instance);
         }
         std::erase_if(list, [&](const Instance& one) { return wanted(*at->first, one); });
-        at = list.empty() ? m_Instances.erase(at) : std::next(at);
+        at = list.empty() ? scene.made.erase(at) : std::next(at);
     }
 }
 
@@ -150,36 +174,32 @@ const PackageServer* PackageInstances::server(std::string_view name) const
     return nullptr;
 }
 
-std::size_t PackageInstances::count() const
+const PackageInstances::List* PackageInstances::listOf(const Item& item) const
 {
-    std::size_t count = 0;
-    for (const auto& [item, list] : m_Instances)
-        count += static_cast<std::size_t>(std::count_if(
-            list.begin(), list.end(), [](const Instance& one) { return static_cast<bool>(one.object); }));
-    return count;
+    SceneInstances& scene = m_Binding.watch(item.scene()).instances();
+    const auto found = scene.made.find(&item);
+    return found == scene.made.end() ? nullptr : &found->second;
 }
 
 std::vector<ZxObject*> PackageInstances::on(const Item& item) const
 {
     std::vector<ZxObject*> list;
-    const auto found = m_Instances.find(&item);
-    if (found == m_Instances.end())
-        return list;
-    for (const Instance& instance : found->second) {
-        if (instance.object)
-            list.push_back(instance.object.object());
+    if (const List* instances = listOf(item)) {
+        for (const Instance& instance : *instances) {
+            if (instance.object)
+                list.push_back(instance.object.object());
+        }
     }
     return list;
 }
 
 ZxObject* PackageInstances::find(const Item& item, std::string_view package) const
 {
-    const auto found = m_Instances.find(&item);
-    if (found == m_Instances.end())
-        return nullptr;
-    for (const Instance& instance : found->second) {
-        if (instance.server->name == package)
-            return instance.object.object();
+    if (const List* instances = listOf(item)) {
+        for (const Instance& instance : *instances) {
+            if (instance.server->name == package)
+                return instance.object.object();
+        }
     }
     return nullptr;
 }

@@ -84,7 +84,7 @@ SelectionServiceObject::SelectionServiceObject(HostBinding& binding)
 
 zxresult SelectionServiceObject::currentTime(double* seconds)
 {
-    *seconds = binding().host().time();
+    *seconds = binding().desk().time();
     return kZxOk;
 }
 
@@ -102,7 +102,11 @@ zxresult SelectionServiceObject::recent(uint32_t typeCode, ZxObject** packet)
     const auto type = typeOf(typeCode);
     if (!type)
         return kZxInvalidArgument;
-    const auto found = binding().host().selection().mostRecent(*type);
+    // A node's scene is the current one for it, whatever the user looks at on another thread.
+    Scene* const scene = binding().currentScene();
+    const auto found = *type == SelectionType::Cinema
+        ? (scene ? std::optional(packetOf(*scene)) : std::nullopt)
+        : binding().desk().selection().mostRecent(*type);
     if (!found)
         return kZxNotFound;
     *packet = binding().make<PacketObject>(*found).face();
@@ -128,7 +132,7 @@ zxresult SelectionListPart::count(uint32_t typeCode, uint32_t* count)
     const auto type = typeOf(typeCode);
     if (!type)
         return kZxInvalidArgument;
-    *count = static_cast<uint32_t>(binding().host().selection().packets(*type).size());
+    *count = static_cast<uint32_t>(binding().desk().selection().packets(*type).size());
     return kZxOk;
 }
 
@@ -137,7 +141,7 @@ zxresult SelectionListPart::byIndex(uint32_t typeCode, uint32_t index, ZxObject*
     const auto type = typeOf(typeCode);
     if (!type)
         return kZxInvalidArgument;
-    const std::vector<Packet>& packets = binding().host().selection().packets(*type);
+    const std::vector<Packet>& packets = binding().desk().selection().packets(*type);
     if (index >= packets.size())
         return kZxOutOfRange;
     *packet = binding().make<PacketObject>(packets[index]).face();
@@ -150,7 +154,7 @@ zxresult SelectionListPart::isSelected(ZxObject* packet)
     if (const zxresult result = packetIn(owner(), packet, found); failed(result))
         return result;
     const Packet asked = found->packet();
-    return answer(found->type() == asked.type() && binding().host().selection().isSelected(asked));
+    return answer(found->type() == asked.type() && binding().desk().selection().isSelected(asked));
 }
 
 zxresult SelectionListPart::select(ZxObject* packet)
@@ -163,7 +167,7 @@ zxresult SelectionListPart::select(ZxObject* packet)
         return kZxNotAvailable;
     if (const zxresult refused = mayEdit(*wanted.scene); failed(refused))
         return refused;
-    return editResult(binding(), binding().host().selection().select(wanted));
+    return editResult(binding(), binding().desk().selection().select(wanted));
 }
 
 zxresult SelectionListPart::clear(uint32_t typeCode)
@@ -171,7 +175,7 @@ zxresult SelectionListPart::clear(uint32_t typeCode)
     const auto type = typeOf(typeCode);
     if (!type)
         return kZxInvalidArgument;
-    Selection& selection = binding().host().selection();
+    Selection& selection = binding().desk().selection();
     if (*type != SelectionType::Item)
         return kZxNotAvailable;
     // What is selected in another scene could not be selected again when the command is undone.

@@ -168,6 +168,7 @@ void DocumentAccess::dropIfEmpty(Channel& channel)
 
 void DocumentAccess::insertPacket(Selection& selection, const Packet& packet, std::size_t place)
 {
+    packet.scene->m_WasSelected = true;
     Selection::List& list = selection.m_Lists[static_cast<int>(packet.type())];
     insertAt(list.packets, place, packet);
     list.members.insert(packet);

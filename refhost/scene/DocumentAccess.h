@@ -97,6 +97,8 @@ struct DocumentAccess {
 
     // The rest
     static void setSetupMode(Scene& scene, bool on) { scene.m_SetupMode = on; }
+    static void setDesk(Scene& scene, Desk& desk) { scene.m_Desk = &desk; }
+    static void nextTimeEpoch(Scene& scene) { ++scene.m_TimeEpoch; }
     static bool selects(const Selection& selection, const Packet& packet)
     {
         return selection.isSelected(packet);

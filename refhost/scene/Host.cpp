@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The registry of item types and packages, the list of scenes, and the current time.
+// The registry of item types and packages, and the list of desks.
 #include "refhost/Host.h"
 
 #include "refhost/DrawingPackage.h"
@@ -117,13 +117,20 @@ Host::Host()
 
 Host::~Host()
 {
-    // Scenes first: what hangs on them may use what hangs on the host.
-    while (!m_Scenes.empty()) {
-        for (std::size_t i = 0; i < m_Listeners.size(); ++i)
-            m_Listeners[i]->sceneClosing(*m_Scenes.back());
-        m_Scenes.pop_back();
-    }
+    m_FirstDesk.close();
     m_Attachments.clear();
+}
+
+void Host::enlist(Desk& desk)
+{
+    const std::scoped_lock lock(m_DeskList);
+    m_Desks.push_back(&desk);
+}
+
+void Host::strike(Desk& desk)
+{
+    const std::scoped_lock lock(m_DeskList);
+    std::erase(m_Desks, &desk);
 }
 
 const ItemType* Host::addType(std::string_view name, const ItemType* base, std::string_view origin,
@@ -199,8 +206,7 @@ ResultOf<const ItemType*> Host::registerType(std::string_view name, std::string_
                                    + "' is there already in '" + base->name() + "'.");
     }
     const ItemType* type = addType(name, base, origin, base->hasTransforms(), std::move(channels));
-    for (std::size_t i = 0; i < m_Listeners.size(); ++i)
-        m_Listeners[i]->typeRegistered(*type);
+    tellListeners([&](HostListener& listener) { listener.typeRegistered(*type); });
     return {type, {}};
 }
 
@@ -212,8 +218,7 @@ ResultOf<const Package*> Host::registerPackage(std::string_view name, std::strin
     m_Packages.push_back(
         std::make_unique<Package>(std::string(name), std::string(origin), std::move(channels)));
     const Package* package = m_Packages.back().get();
-    for (std::size_t i = 0; i < m_Listeners.size(); ++i)
-        m_Listeners[i]->packageRegistered(*package);
+    tellListeners([&](HostListener& listener) { listener.packageRegistered(*package); });
     return {package, {}};
 }
 
@@ -224,64 +229,9 @@ std::unique_ptr<Scene> Host::makeScene(std::string name)
     return std::make_unique<Scene>(*this, std::move(name));
 }
 
-Scene& Host::addScene(std::unique_ptr<Scene> scene)
-{
-    m_Scenes.push_back(std::move(scene));
-    Scene& added = *m_Scenes.back();
-    for (std::size_t i = 0; i < m_Listeners.size(); ++i)
-        m_Listeners[i]->sceneAdded(added);
-    (void)m_Selection.select(packetOf(added));
-    return added;
-}
-
-Result Host::closeScene(Scene& scene)
-{
-    if (scene.journal().isOpen() || scene.journal().isApplying() || scene.journal().isLoading())
-        return Result::failure("The scene '" + scene.name() + "' is being changed; close it afterwards.");
-    const auto found =
-        std::find_if(m_Scenes.begin(), m_Scenes.end(), [&](const auto& own) { return own.get() == &scene; });
-    if (found == m_Scenes.end())
-        return Result::failure("The scene '" + scene.name() + "' is not open in this host.");
-    for (std::size_t i = 0; i < m_Listeners.size(); ++i)
-        m_Listeners[i]->sceneClosing(scene);
-    DocumentAccess::removePacketsOf(m_Selection, scene);
-    // Taken out first: what goes with the scene must not find it in the list any more.
-    const std::unique_ptr<Scene> closed = std::move(*found);
-    m_Scenes.erase(found);
-    return {};
-}
-
-Scene* Host::currentScene() const
-{
-    const auto recent = m_Selection.mostRecent(SelectionType::Cinema);
-    return recent ? recent->scene : nullptr;
-}
-
-Result Host::setTime(double seconds)
-{
-    if (!(std::abs(seconds) <= kMaximumTimeSeconds))
-        return Result::failure("The time must be a number within " + std::to_string(kMaximumTimeSeconds)
-                               + " seconds.");
-    if (seconds == m_Time)
-        return {};
-    const Change change{.kind = ChangeKind::TimeChanged};
-    for (const auto& scene : m_Scenes) {
-        if (scene->m_Journal.isApplying())
-            return Result::failure(
-                "A scene is telling its listeners about a change; set the time afterwards.");
-    }
-    for (const auto& scene : m_Scenes)
-        scene->notifyBefore(change);
-    m_Time = seconds;
-    for (const auto& scene : m_Scenes)
-        ++scene->m_TimeEpoch;
-    for (const auto& scene : m_Scenes)
-        scene->notifyAfter(change);
-    return {};
-}
-
 void Host::tell(MessageLevel level, std::string_view text) const
 {
+    const std::scoped_lock lock(m_Telling);
     if (m_Sink)
         m_Sink(level, text);
 }

@@ -92,10 +92,10 @@ private:
     void remove(Scene& scene, ChangeCause cause) override
     {
         // Only a selection that was made without record can still be there; it must not outlive the item.
-        if (const Packet packet{&scene, m_Item}; scene.host().selection().isSelected(packet)) {
+        if (const Packet packet{&scene, m_Item}; scene.desk().selection().isSelected(packet)) {
             const Notice notice(scene,
                                 {.kind = ChangeKind::SelectionChanged, .cause = cause, .item = m_Item});
-            DocumentAccess::removePacket(scene.host().selection(), packet);
+            DocumentAccess::removePacket(scene.desk().selection(), packet);
         }
         const Notice notice(scene, change(ChangeKind::ItemRemoved, cause));
         m_Away = DocumentAccess::detachItem(scene, *m_Item);

@@ -54,11 +54,22 @@ std::unique_ptr<std::string> textOrNull(const char* value)
 } // namespace
 
 Scene::Scene(Host& host, std::string name)
-    : m_Host(host), m_Name(std::move(name)), m_Journal(*this), m_ChannelGraph(kChannelGraphName)
+    : m_Host(host),
+      m_Desk(&host.desk()),
+      m_Name(std::move(name)),
+      m_Journal(*this),
+      m_ChannelGraph(kChannelGraphName)
 {
 }
 
-Scene::~Scene() { DocumentAccess::removePacketsOf(m_Host.selection(), *this); }
+Scene::~Scene()
+{
+    // A scene that was never open may go on any thread, so the desk is left alone.
+    if (m_WasSelected)
+        DocumentAccess::removePacketsOf(m_Desk->selection(), *this);
+}
+
+double Scene::time() const { return m_Desk->time(); }
 
 Result Scene::setSetupMode(bool on)
 {

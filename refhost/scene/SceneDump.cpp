@@ -69,7 +69,7 @@ void dumpLayer(std::ostream& out, const Channel& channel, Layer layer, const Sce
         if (channel.type() == ChannelType::Text)
             line << ' ' << quoted(values->keys.text(i));
     }
-    if (channel.isShownUnkeyed(layer, scene.host().time()))
+    if (channel.isShownUnkeyed(layer, scene.time()))
         line << " shown " << exactText(values->shown->number) << ' ' << quoted(values->shown->text);
     if (const std::string text = line.str(); !text.empty())
         out << "  " << channel.index() << ' ' << channel.name() << ' '

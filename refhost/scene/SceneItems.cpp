@@ -165,7 +165,7 @@ Result Scene::deleteItem(Item& item)
 
 Result Scene::deleteOne(Item& item)
 {
-    if (Result done = m_Host.selection().deselect(packetOf(item)); !done.ok())
+    if (Result done = m_Desk->selection().deselect(packetOf(item)); !done.ok())
         return done;
     if (Result done = deleteLinksOf(item); !done.ok())
         return done;

@@ -24,7 +24,7 @@ public:
 private:
     void set(Scene& scene, ChangeCause cause, bool on)
     {
-        Selection& selection = scene.host().selection();
+        Selection& selection = scene.desk().selection();
         if (selection.isSelected(m_Packet) == on)
             return;
         const Notice notice(scene,
@@ -85,8 +85,8 @@ bool Selection::isSelected(const Packet& packet) const
 
 Result Selection::select(const Packet& packet)
 {
-    if (!packet.scene || &packet.scene->host() != &m_Host)
-        return Result::failure("What is to be selected belongs to no scene of this host.");
+    if (!packet.scene || &packet.scene->desk() != &m_Desk)
+        return Result::failure("What is to be selected belongs to no scene of this desk.");
     if (packet.item) {
         if (&packet.item->scene() != packet.scene || !packet.item->isAlive())
             return Result::failure("The item is no longer in the scene and can't be selected.");

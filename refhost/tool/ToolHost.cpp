@@ -10,17 +10,20 @@
 namespace refhost {
 namespace {
 
-/// A flag that is on for a block.
-class Flag {
+/// The calling thread is the one at work for a block.
+class WorkScope {
 public:
-    explicit Flag(bool& flag) : m_Flag(flag), m_Former(std::exchange(flag, true)) { }
-    ~Flag() { m_Flag = m_Former; }
-    Flag(const Flag&) = delete;
-    Flag& operator=(const Flag&) = delete;
+    explicit WorkScope(std::atomic<std::thread::id>& atWork)
+        : m_AtWork(atWork), m_Former(atWork.exchange(std::this_thread::get_id()))
+    {
+    }
+    ~WorkScope() { m_AtWork = m_Former; }
+    WorkScope(const WorkScope&) = delete;
+    WorkScope& operator=(const WorkScope&) = delete;
 
 private:
-    bool& m_Flag;
-    bool m_Former;
+    std::atomic<std::thread::id>& m_AtWork;
+    std::thread::id m_Former;
 };
 
 /// After such a change the joints of a drag may not be what they were.
@@ -56,18 +59,44 @@ private:
     ToolHost& m_Host;
 };
 
-ToolHost& ToolHost::of(Host& host) { return host.attachments().require<ToolHost>(host); }
+ToolMakers& ToolMakers::of(Host& host) { return host.attachments().require<ToolMakers>(host); }
 
-ToolHost::ToolHost(Host& host) : m_Host(host)
+Result ToolMakers::add(std::shared_ptr<ToolMaker> maker)
 {
-    host.addListener(*this);
-    for (const auto& scene : host.scenes())
+    for (const auto& known : m_Makers) {
+        if (known->name() == maker->name())
+            return Result::failure("There is a tool named '" + maker->name() + "' already.");
+    }
+    m_Makers.push_back(std::move(maker));
+    return {};
+}
+
+void ToolMakers::remove(std::string_view name)
+{
+    m_Host.forEachDesk([&](Desk& desk) {
+        auto* tools = desk.attachments().find<ToolHost>();
+        if (tools && tools->inUse() == name)
+            (void)tools->use({});
+    });
+    std::erase_if(m_Makers, [&](const auto& maker) { return maker->name() == name; });
+}
+
+ToolHost& ToolHost::of(Host& host)
+{
+    Desk& desk = host.desk();
+    return desk.attachments().require<ToolHost>(desk);
+}
+
+ToolHost::ToolHost(Desk& desk) : m_Desk(desk)
+{
+    desk.addListener(*this);
+    for (const auto& scene : desk.scenes())
         watch(*scene);
 }
 
 ToolHost::~ToolHost()
 {
-    m_Host.removeListener(*this);
+    m_Desk.removeListener(*this);
     for (Scene* scene : m_Watched)
         scene->removeListener(*this);
 }
@@ -86,8 +115,10 @@ void ToolHost::sceneAdded(Scene& scene)
 
 void ToolHost::sceneClosing(Scene& scene)
 {
-    if (m_Press && m_Press->scene == &scene)
+    if (m_Pressed == &scene) {
+        m_Pressed = nullptr;
         m_Press.reset(); // its step goes with the scene
+    }
     scene.removeListener(*this);
     std::erase(m_Watched, &scene);
     m_Stale = true;
@@ -96,9 +127,9 @@ void ToolHost::sceneClosing(Scene& scene)
 
 void ToolHost::afterChange(Scene& scene, const Change& change)
 {
-    if (m_Own || change.kind == ChangeKind::ModifierReset)
+    if (m_AtWork.load() == std::this_thread::get_id() || change.kind == ChangeKind::ModifierReset)
         return;
-    if (m_Press && m_Press->scene == &scene) {
+    if (m_Pressed == &scene) {
         m_Press->over = m_Press->over || endsDrag(change.kind);
         m_Press->shared = true;
     }
@@ -110,27 +141,10 @@ void ToolHost::afterChange(Scene& scene, const Change& change)
 
 // Tools
 
-Result ToolHost::add(std::shared_ptr<ToolMaker> maker)
-{
-    for (const auto& known : m_Makers) {
-        if (known->name() == maker->name())
-            return Result::failure("There is a tool named '" + maker->name() + "' already.");
-    }
-    m_Makers.push_back(std::move(maker));
-    return {};
-}
-
-void ToolHost::remove(std::string_view name)
-{
-    if (m_Name == name)
-        (void)use({});
-    std::erase_if(m_Makers, [&](const auto& maker) { return maker->name() == name; });
-}
-
 std::vector<std::string> ToolHost::names() const
 {
     std::vector<std::string> names;
-    for (const auto& maker : m_Makers)
+    for (const auto& maker : ToolMakers::of(m_Desk.host()).all())
         names.push_back(maker->name());
     return names;
 }
@@ -149,21 +163,23 @@ Result ToolHost::use(std::string_view name)
     if (m_Press)
         finish(true);
     if (m_Tool) {
-        const Flag own(m_Own);
+        const WorkScope own(m_AtWork);
         m_Tool->dropped();
     }
     m_Tool.reset();
     m_Name = name;
-    m_Stale = m_Ready = false;
+    m_Stale = false;
+    m_Ready = false;
     return m_Name.empty() ? Result{} : make();
 }
 
 /// A new object of the tool in use, with the attributes of the one before.
 Result ToolHost::make()
 {
-    const auto maker = std::find_if(m_Makers.begin(), m_Makers.end(),
-                                    [&](const auto& one) { return one->name() == m_Name; });
-    const Flag own(m_Own);
+    const auto& makers = ToolMakers::of(m_Desk.host()).all();
+    const auto maker =
+        std::find_if(makers.begin(), makers.end(), [&](const auto& one) { return one->name() == m_Name; });
+    const WorkScope own(m_AtWork);
     ResultOf<std::unique_ptr<Tool>> made = (*maker)->make();
     if (!made.ok()) {
         m_Tool.reset();
@@ -178,7 +194,8 @@ Result ToolHost::make()
             result = made.value->setNumber(i, value.value);
     }
     m_Tool = std::move(made.value);
-    m_Stale = m_Ready = false;
+    m_Stale = false;
+    m_Ready = false;
     return result;
 }
 
@@ -232,8 +249,8 @@ ToolEvent ToolHost::plainEvent(int x, int y) const
     event.view = &m_View;
     event.startX = event.currentX = x;
     event.startY = event.currentY = y;
-    event.scene = m_Host.currentScene();
-    event.time = m_Host.time();
+    event.scene = m_Desk.currentScene();
+    event.time = m_Desk.time();
     return event;
 }
 
@@ -241,7 +258,7 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
 {
     if (m_Press)
         return Result::failure("A button is down already; release it first.");
-    Scene* scene = m_Host.currentScene();
+    Scene* scene = m_Desk.currentScene();
     if (!scene)
         return Result::failure("There is no scene to work on. Open one first.");
     if (Enabled can = enabled(); !can.yes)
@@ -250,6 +267,7 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
     if (Result begun = scene->journal().begin(m_Name); !begun.ok())
         return begun;
     m_Press.emplace(Press{scene, &gesture, plainEvent(x, y), {}, scene->journal().depth()});
+    m_Pressed = scene;
     ToolEvent& event = m_Press->event;
     m_Press->translation.begin(m_View, {static_cast<double>(x), static_cast<double>(y)});
     event.translation = &m_Press->translation;
@@ -257,7 +275,7 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
     Result ready;
     DrawingList handles;
     {
-        const Flag own(m_Own);
+        const WorkScope own(m_AtWork);
         ready = m_Tool->initialise(event);
         Recorder recorder(handles, m_View);
         if (ready.ok())
@@ -278,13 +296,13 @@ Result ToolHost::press(int x, int y, const Gesture& gesture)
 /// taken back: a mark for each event would keep every step of a drag apart in the journal.
 Result ToolHost::handle(Operation operation, bool evaluates)
 {
-    const Flag own(m_Own);
+    const WorkScope own(m_AtWork);
     Journal& journal = m_Press->scene->journal();
     if (std::exchange(m_Press->shared, false))
         m_Press->mark = journal.mark();
     Adjust adjust(*this);
     m_Requested = false;
-    m_Press->event.time = m_Host.time();
+    m_Press->event.time = m_Desk.time();
     Result result = ((*m_Tool).*operation)(m_Press->event, adjust);
     if (result.ok() && (evaluates || m_Requested)) {
         ++m_EvaluationCount;
@@ -295,7 +313,8 @@ Result ToolHost::handle(Operation operation, bool evaluates)
     if (journal.depth() == m_Press->depth)
         (void)journal.rollbackTo(m_Press->mark);
     if (!std::exchange(m_Press->told, true))
-        m_Host.tell(MessageLevel::Warning, "The tool '" + m_Name + "' could not go on: " + result.message);
+        m_Desk.host().tell(MessageLevel::Warning,
+                           "The tool '" + m_Name + "' could not go on: " + result.message);
     return {}; // the next event may do
 }
 
@@ -338,7 +357,7 @@ Result ToolHost::cancel()
 /// Closes the step of the press, and lets the tool forget a press that did not come to its end.
 void ToolHost::finish(bool keep)
 {
-    const Flag own(m_Own);
+    const WorkScope own(m_AtWork);
     Journal& journal = m_Press->scene->journal();
     // Whoever opened a step meanwhile and left it open lost the right to take it back.
     while (journal.depth() > m_Press->depth && journal.commit().ok()) { }
@@ -348,6 +367,7 @@ void ToolHost::finish(bool keep)
     if (!keep || m_Press->over || !m_Press->gesture->drags)
         m_Stale = true;
     m_Ready = m_Ready && !m_Stale;
+    m_Pressed = nullptr;
     m_Press.reset();
 }
 
@@ -358,10 +378,10 @@ void ToolHost::finish(bool keep)
 template <class Do>
 void ToolHost::whileReady(const Do& act)
 {
-    Scene* scene = m_Host.currentScene();
+    Scene* scene = m_Desk.currentScene();
     if (!scene || m_Name.empty() || !enabled().yes)
         return;
-    const Flag own(m_Own);
+    const WorkScope own(m_AtWork);
     const ToolEvent event = m_Press ? m_Press->event : plainEvent(0, 0);
     if (m_Ready || m_Press)
         return act(event);

@@ -2,6 +2,7 @@
 // The replaceable assertion handler.
 #include <sinew/Assert.h>
 
+#include <atomic>
 #include <cstdio>
 
 namespace Sinew {
@@ -13,17 +14,15 @@ void reportAssertion(const char* text, const char* source, int line)
     std::fprintf(stderr, "Assertion failed: %s (%s, line %d)\n", text, source, line);
 }
 
-AssertHandler currentHandler = reportAssertion;
+std::atomic<AssertHandler> currentHandler = reportAssertion;
 
 } // namespace
 
 AssertHandler setAssertHandler(AssertHandler handler)
 {
-    const AssertHandler former = currentHandler;
-    currentHandler = handler ? handler : reportAssertion;
-    return former;
+    return currentHandler.exchange(handler ? handler : reportAssertion);
 }
 
-void failAssertion(const char* text, const char* source, int line) { currentHandler(text, source, line); }
+void failAssertion(const char* text, const char* source, int line) { currentHandler.load()(text, source, line); }
 
 } // namespace Sinew

@@ -26,7 +26,7 @@ struct [[nodiscard]] CommandResult {
     bool ok() const { return outcome == Outcome::Done; }
 };
 
-class EnableStates;
+class CommandDesk;
 
 using OutputSink = std::function<void(std::string_view)>;
 
@@ -44,6 +44,10 @@ using OutputSink = std::function<void(std::string_view)>;
 /// An outermost Edit command is one undo step with everything it runs inside; when it fails, the scene is as
 /// it was. A command that is executed while another one runs joins its step; one that is refused or fails
 /// changes nothing, its message goes to the host's log, and the outer one goes on.
+///
+/// Commands work at the desk that the calling thread is at. What runs, what is printed and what is remembered
+/// of enable tests is each desk's own; the list of commands is the host's, and changes while one thread is
+/// alone.
 class Commands {
 public:
     /// The service of this host, with the host's own commands; made at the first call.
@@ -81,27 +85,24 @@ public:
     /// events that may change it.
     const Enabled& state(Command& command);
     /// Commands that are running now, one inside the other.
-    int depth() const { return m_Depth; }
+    int depth() const;
 
     /// Where queries print, line by line; without a sink the lines are dropped.
     void setOutputSink(OutputSink sink, bool json = false);
     void print(std::string_view line) const;
-    bool printsJson() const { return m_PrintsJson; }
+    bool printsJson() const;
 
     Commands(const Commands&) = delete;
     Commands& operator=(const Commands&) = delete;
 
 private:
+    CommandDesk& here() const;
     CommandResult run(Invocation& invocation);
     CommandResult runInStep(Invocation& invocation);
 
     Host& m_Host;
     std::vector<std::unique_ptr<Command>> m_Commands;
     std::map<std::string, Command*, std::less<>> m_Names;
-    std::unique_ptr<EnableStates> m_States;
-    OutputSink m_Output;
-    bool m_PrintsJson = false;
-    int m_Depth = 0;
 };
 
 } // namespace refhost

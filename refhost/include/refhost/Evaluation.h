@@ -25,11 +25,9 @@ class Scene;
 struct SceneSnapshot;
 
 /// A view of the evaluated scene as it stood when it was taken, whatever is edited while it lives. Copies of
-/// the pointer share it. It must go before its scene does, or answers nothing afterwards.
+/// the pointer share it; the last of them may go on any thread. Once its scene has gone it answers nothing.
 class EvaluatedRead {
 public:
-    ~EvaluatedRead();
-
     /// Seconds.
     double time() const { return m_Time; }
     /// False, and `out` untouched, when the item had no such number channel, and while a node runs.
@@ -112,7 +110,7 @@ private:
 
     Scene& m_Scene;
     std::unique_ptr<EvalGraph> m_Now, m_Other;
-    std::vector<EvaluatedRead*> m_Reads;
+    std::vector<std::weak_ptr<EvaluatedRead>> m_Reads; // the last pointer may go on any thread
     std::vector<std::pair<std::string, std::uint64_t>> m_Makings;
     std::map<std::pair<std::string, const EvalGraph*>, std::string> m_Told; // what is wrong now
     std::set<std::string> m_ToldCircles;

@@ -4,6 +4,7 @@
 
 #include "refhost/Attachments.h"
 #include "refhost/ChannelDefinition.h"
+#include "refhost/Desk.h"
 #include "refhost/ItemType.h"
 #include "refhost/Result.h"
 #include "refhost/Scene.h"
@@ -11,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,7 +37,11 @@ public:
     virtual void packageRegistered(const Package&) { }
 };
 
-/// Several hosts live side by side in one process; nothing is shared between them.
+/// Several hosts live side by side in one process; only the modules that they load are shared.
+///
+/// Threads: item types, packages, commands, tools and modules are registered by one thread while no other is
+/// at work. After that each thread may use the host, with scenes of its own. See Desk for what is a thread's
+/// own and what is a scene's.
 class Host {
 public:
     Host();
@@ -65,63 +71,86 @@ public:
     /// Types `scale`, `rotation` and `translation`, by kind.
     const ItemType& transformType(TransformKind kind) const { return *m_Transforms[static_cast<int>(kind)]; }
 
-    // Scenes
+    // Scenes of the desk that the calling thread is at
 
-    const std::vector<std::unique_ptr<Scene>>& scenes() const { return m_Scenes; }
+    Desk& desk() const
+    {
+        Desk* const taken = AtDesk::of(*this);
+        return taken ? *taken : const_cast<Desk&>(m_FirstDesk);
+    }
+    const std::vector<std::unique_ptr<Scene>>& scenes() const { return desk().scenes(); }
     /// An empty scene, selected as `cinema`.
     Scene& newScene(std::string name = "Untitled");
     /// A scene that stands in no list yet, for loading a file into; null packets, no selection. Give it to
     /// addScene.
     std::unique_ptr<Scene> makeScene(std::string name);
     /// Takes the scene over and selects it as `cinema`.
-    Scene& addScene(std::unique_ptr<Scene> scene);
+    Scene& addScene(std::unique_ptr<Scene> scene) { return desk().addScene(std::move(scene)); }
     /// Takes its packets out of the selection and destroys it. Refused while a step is open in it.
-    Result closeScene(Scene& scene);
+    Result closeScene(Scene& scene) { return desk().closeScene(scene); }
     /// The scene of the most recent `cinema` packet; null when there is none.
-    Scene* currentScene() const;
-    Selection& selection() { return m_Selection; }
-    const Selection& selection() const { return m_Selection; }
+    Scene* currentScene() const { return desk().currentScene(); }
+    Selection& selection() { return desk().selection(); }
+    const Selection& selection() const { return desk().selection(); }
 
-    // Time
+    // Time of that desk
 
     /// Seconds.
-    double time() const { return m_Time; }
-    /// Tells the listeners of every scene; the same time again changes nothing. A time that is not finite is
-    /// refused.
-    Result setTime(double seconds);
+    double time() const { return desk().time(); }
+    /// Tells the listeners of every scene of the desk; the same time again changes nothing. A time that is
+    /// not finite is refused.
+    Result setTime(double seconds) { return desk().setTime(seconds); }
 
     // The user
 
     void setMessageSink(MessageSink sink) { m_Sink = std::move(sink); }
-    /// Without a sink the text is dropped.
+    /// Without a sink the text is dropped. The sink is called on the thread that tells, by one at a time.
     void tell(MessageLevel level, std::string_view text) const;
 
     // The rest of the host
 
     Attachments& attachments() { return m_Attachments; }
-    /// The listener must be removed before it goes.
+    /// Told of the scenes of all desks; the listener must be removed before it goes.
     void addListener(HostListener& listener);
     void removeListener(HostListener& listener);
+    /// Calls `visit` with each desk, while none is opened or goes.
+    template <class Visit>
+    void forEachDesk(const Visit& visit)
+    {
+        const std::scoped_lock lock(m_DeskList);
+        for (Desk* desk : m_Desks)
+            visit(*desk);
+    }
 
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
 private:
+    friend class Desk;
+    void enlist(Desk& desk);
+    void strike(Desk& desk);
+    template <class Tell>
+    void tellListeners(const Tell& tell)
+    {
+        for (std::size_t i = 0; i < m_Listeners.size(); ++i)
+            tell(*m_Listeners[i]);
+    }
     const ItemType* addType(std::string_view name, const ItemType* base, std::string_view origin,
                             bool hasTransforms, std::vector<ChannelDefinition> channels);
     Result checkNew(std::string_view name, const std::vector<ChannelDefinition>& channels) const;
 
     MessageSink m_Sink;
+    mutable std::recursive_mutex m_Telling;
     std::vector<std::unique_ptr<ItemType>> m_Types;
     std::vector<std::unique_ptr<Package>> m_Packages;
     const ItemType* m_Locator = nullptr;
     const ItemType* m_Solver = nullptr;
     const ItemType* m_Mesh = nullptr;
     const ItemType* m_Transforms[kTransformKindCount] = {};
-    double m_Time = 0;
     std::vector<HostListener*> m_Listeners;
-    Selection m_Selection{*this};
-    std::vector<std::unique_ptr<Scene>> m_Scenes;
+    std::mutex m_DeskList;
+    std::vector<Desk*> m_Desks;
+    Desk m_FirstDesk{*this};
     Attachments m_Attachments; // goes first: its objects may use all the rest
 };
 

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -77,7 +78,8 @@ public:
     virtual void modifierRemoving(Modifier&) = 0;
 };
 
-/// The modifiers of a host, in the order of adding, which is the order in which they write.
+/// The modifiers of a host, in the order of adding, which is the order in which they write. They come and go
+/// while one thread is alone; evaluations may listen and leave on any.
 class Modifiers {
 public:
     static Modifiers& of(Host& host);
@@ -87,11 +89,20 @@ public:
     const std::vector<std::shared_ptr<Modifier>>& all() const { return m_Modifiers; }
 
     /// The listener must be removed before it goes.
-    void addListener(ModifierListener& listener) { m_Listeners.push_back(&listener); }
-    void removeListener(ModifierListener& listener) { std::erase(m_Listeners, &listener); }
+    void addListener(ModifierListener& listener)
+    {
+        const std::scoped_lock lock(m_Listening);
+        m_Listeners.push_back(&listener);
+    }
+    void removeListener(ModifierListener& listener)
+    {
+        const std::scoped_lock lock(m_Listening);
+        std::erase(m_Listeners, &listener);
+    }
 
 private:
     std::vector<std::shared_ptr<Modifier>> m_Modifiers;
+    std::mutex m_Listening;
     std::vector<ModifierListener*> m_Listeners;
 };
 

@@ -78,11 +78,12 @@ public:
 
     /// Interfaces of which modules hold references now.
     std::vector<LiveReferences> liveReferences() const;
-    /// Host calls that modules made; `addRef` and `release` are not counted.
+    /// Host calls that modules made on all threads; `addRef` and `release` are not counted.
     std::uint64_t callCount() const;
     /// Those among them that passed null where something is needed; each was refused.
     std::uint64_t nullCount() const;
-    /// The n-th host call from now on answers a general failure, 1 being the next; 0 takes it back.
+    /// The n-th host call of the calling thread from now on answers a general failure, 1 being the next; 0
+    /// takes it back.
     void failCall(std::uint64_t n);
     /// Objects that modules put on items now.
     std::size_t instanceCount() const;

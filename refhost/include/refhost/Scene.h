@@ -19,6 +19,7 @@
 
 namespace refhost {
 
+class Desk;
 class Host;
 
 /// The graph of channel links; there is one.
@@ -49,6 +50,10 @@ public:
     ~Scene();
 
     Host& host() const { return m_Host; }
+    /// Where it is open, or was made when it stands in no list yet.
+    Desk& desk() const { return *m_Desk; }
+    /// The current time of that desk, in seconds.
+    double time() const;
     const std::string& name() const { return m_Name; }
     /// A label for the user; no part of the document.
     void setName(std::string name) { m_Name = std::move(name); }
@@ -174,7 +179,6 @@ public:
 
 private:
     friend struct DocumentAccess;
-    friend class Host;
 
     struct StringHash {
         using is_transparent = void;
@@ -192,6 +196,8 @@ private:
     ItemGraph& mutableGraph(std::string_view name) const;
 
     Host& m_Host;
+    Desk* m_Desk;
+    bool m_WasSelected = false; // something of it, since it was made
     std::string m_Name;
     Journal m_Journal;
     std::unordered_map<ItemId, std::unique_ptr<Item>> m_Items;

@@ -63,6 +63,8 @@ struct DataKind {
 class DataKinds {
 public:
     static DataKinds& of(Host& host);
+    /// With those of the host itself.
+    DataKinds();
 
     /// Takes the place of an earlier one of the same name.
     void add(std::string_view name, DataKind kind);

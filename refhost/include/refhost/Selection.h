@@ -14,7 +14,7 @@
 
 namespace refhost {
 
-class Host;
+class Desk;
 class Item;
 class Scene;
 
@@ -35,11 +35,11 @@ struct Packet {
 Packet packetOf(Item& item);
 Packet packetOf(Scene& scene);
 
-/// Changes are recorded when a step is open in the packet's scene, and made without record otherwise: the
-/// selection is no part of the document.
+/// Of one desk. Changes are recorded when a step is open in the packet's scene, and made without record
+/// otherwise: the selection is no part of the document.
 class Selection {
 public:
-    explicit Selection(Host& host) : m_Host(host) { }
+    explicit Selection(Desk& desk) : m_Desk(desk) { }
 
     /// Packets in order of selection.
     const std::vector<Packet>& packets(SelectionType type) const { return list(type).packets; }
@@ -73,7 +73,7 @@ private:
     };
     const List& list(SelectionType type) const { return m_Lists[static_cast<int>(type)]; }
 
-    Host& m_Host;
+    Desk& m_Desk;
     List m_Lists[kSelectionTypeCount];
 };
 

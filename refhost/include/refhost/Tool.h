@@ -108,6 +108,24 @@ public:
     virtual ResultOf<std::unique_ptr<Tool>> make() = 0;
 };
 
+/// The makers of a host's tools, in order of adding; they come and go while one thread is alone.
+class ToolMakers {
+public:
+    static ToolMakers& of(Host& host);
+    /// Made by `of`.
+    explicit ToolMakers(Host& host) : m_Host(host) { }
+
+    /// Refused when the name is taken.
+    Result add(std::shared_ptr<ToolMaker> maker);
+    /// A tool of it that is in use at a desk goes first.
+    void remove(std::string_view name);
+    const std::vector<std::shared_ptr<ToolMaker>>& all() const { return m_Makers; }
+
+private:
+    Host& m_Host;
+    std::vector<std::shared_ptr<ToolMaker>> m_Makers;
+};
+
 /// A gesture of the user's hand: a button of the pointer with keys held down.
 struct Gesture {
     const char* name; ///< as the command `gesture` calls it

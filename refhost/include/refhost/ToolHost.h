@@ -6,15 +6,17 @@
 #include "refhost/Host.h"
 #include "refhost/Tool.h"
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace refhost {
 
-/// One tool of a host works on the current scene in one view. Each press with all that follows until the
+/// One tool of a desk works on the current scene in one view. Each press with all that follows until the
 /// release is one undo step. The tool is evaluated after a button event, a move or at its own request, never
 /// else. After undo, redo, a change of time, and every change of the scene that is not its own, the tool
 /// object is made anew with its attributes carried over, so that it never writes an old result again.
@@ -23,18 +25,20 @@ namespace refhost {
 /// A press that can't go on (its item was deleted, the time changed) ends with what was done so far.
 class ToolHost final : public HostListener, public SceneListener {
 public:
+    /// That of the desk that the calling thread is at.
     static ToolHost& of(Host& host);
 
     /// Made by `of`.
-    explicit ToolHost(Host& host);
+    explicit ToolHost(Desk& desk);
     ~ToolHost() override;
 
     // Tools
 
-    /// Refused when the name is taken.
-    Result add(std::shared_ptr<ToolMaker> maker);
-    /// A tool of it that is in use goes first.
-    void remove(std::string_view name);
+    /// Adds a tool to the host's makers. Refused when the name is taken.
+    Result add(std::shared_ptr<ToolMaker> maker)
+    {
+        return ToolMakers::of(m_Desk.host()).add(std::move(maker));
+    }
     /// In order of adding.
     std::vector<std::string> names() const;
 
@@ -113,13 +117,14 @@ private:
     template <class Do>
     void whileReady(const Do& act);
 
-    Host& m_Host;
-    std::vector<std::shared_ptr<ToolMaker>> m_Makers;
+    Desk& m_Desk;
     std::string m_Name;
     std::unique_ptr<Tool> m_Tool;
-    bool m_Stale = false; ///< the object is to be made anew
-    bool m_Ready = false; ///< the object was initialised for what is selected
-    bool m_Own = false; ///< the tool is at work: changes are its own
+    // Scenes may change on threads of their own, which look at these alone.
+    std::atomic<bool> m_Stale = false; ///< the object is to be made anew
+    std::atomic<bool> m_Ready = false; ///< the object was initialised for what is selected
+    std::atomic<std::thread::id> m_AtWork; ///< while the tool is at work: changes on this thread are its own
+    std::atomic<const Scene*> m_Pressed = nullptr; ///< scene of the press
     bool m_Requested = false;
     std::optional<Press> m_Press;
     View m_View = View::of(Camera::Front);

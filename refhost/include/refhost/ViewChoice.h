@@ -15,6 +15,7 @@ struct ViewChoice {
     UpAxis up = UpAxis::Y;
     bool framed = false; ///< it shows what there was to be shown, or what the user named
 
+    /// That of the desk that the calling thread is at.
     static ViewChoice& of(Host& host);
     /// Takes a camera and shows everything with it; the rectangle stays. One that is in use stays as it is.
     void look(Host& host, Camera wanted);
