@@ -17,32 +17,16 @@ struct ChainChange {
     CZxUser_ChannelRead read;
     CZxUser_ChannelWrite write;
 
-    bool isJointType(const CZxUser_Item& item) const
-    {
-        return types.isLocator(item) && !types.isSolver(item);
-    }
-
     /// False when the item can't be taken in; then nothing below it is.
     bool add(const CZxUser_Item& item) const
     {
-        if (!isJointType(item) || IsInRig(ikRefs, item))
+        if (!types.canBeJoint(item) || IsInRig(ikRefs, item))
             return false;
         const CZxUser_Item parent = item.parent();
         if (!parent || !IsInRig(ikRefs, parent))
             return false;
         AddLink(ikRefs, parent, item);
         CaptureRestPose(read, write, item, true);
-        return true;
-    }
-    /// False when the item is no joint; then nothing below it is touched.
-    bool remove(const CZxUser_Item& item) const
-    {
-        if (!isJointType(item) || !IsInRig(ikRefs, item))
-            return false;
-        if (const CZxUser_Item parent = item.parent())
-            DeleteLink(ikRefs, parent, item);
-        for (const char* package : {"ik.package", "ik.joint", "ik.positionTask", "ik.orientationTask"})
-            item.removePackage(package);
         return true;
     }
 };
@@ -93,11 +77,12 @@ zxresult CIKChainCommand::execute(uint32_t)
     change.ikRefs = scene.itemGraph("ikRefs");
     change.read = scene.channelRead(nullptr, 0);
     change.write = scene.channelWrite("setup", 0);
-    const auto step = [&](const CZxUser_Item& item) {
-        return removes ? change.remove(item) : change.add(item);
-    };
-    for (const CZxUser_Item& item : items)
-        if (step(item))
-            ForEachBelow(item, [&](const CZxUser_Item&, const CZxUser_Item& child) { return step(child); });
+    for (const CZxUser_Item& item : items) {
+        if (removes)
+            RemoveJointBranch(change.types, change.ikRefs, item);
+        else if (change.add(item))
+            ForEachBelow(item,
+                         [&](const CZxUser_Item&, const CZxUser_Item& child) { return change.add(child); });
+    }
     return kZxOk;
 }

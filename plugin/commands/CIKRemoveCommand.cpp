@@ -2,6 +2,8 @@
 // `ikfb.remove`.
 #include "commands/CIKRemoveCommand.h"
 
+#include "rig/RigQueries.h"
+
 namespace {
 
 constexpr const char* kTable = "ikfb.remove";
@@ -29,6 +31,7 @@ zxresult CIKRemoveCommand::execute(uint32_t)
         CollectCommandItems([&](const CZxUser_Item& item) { return types.isSolver(item); });
     if (solvers.empty())
         return kZxOk;
+    const CZxUser_ItemGraph ikRefs = sceneOf(solvers.front()).itemGraph("ikRefs");
     const CZxUser_Command chain = SpawnCommand("ikfb.chain"), remove = SpawnCommand("item.delete");
     if (!chain || !remove)
         return kZxOk;
@@ -40,8 +43,17 @@ zxresult CIKRemoveCommand::execute(uint32_t)
         SelectItem(solver);
         remove.executeInside();
         // Only now: as long as the root has its solver item, it can't be taken out of the rig.
-        chain.setItem(0, root);
-        chain.executeInside();
+        if (HasSolverChild(root, types.solver))
+            continue;
+        const CZxUser_Item parent = root.parent();
+        if (IsInRig(ikRefs, root) && !(parent && HasSolverChild(parent, types.solver))) {
+            chain.setItem(0, root);
+            chain.executeInside();
+        } else if (types.canBeJoint(root)) {
+            // The chain command would take it for a joint of the rig above, or for none.
+            RemoveJointBranch(types, ikRefs, root);
+            StripJoint(root);
+        }
     }
     return kZxOk;
 }

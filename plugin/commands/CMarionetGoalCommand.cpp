@@ -114,6 +114,19 @@ void GoalMaker::DecorateGoal(const CZxUser_Item& joint, const CZxUser_Item& goal
         setColour("wireColor", black);
 }
 
+/// Selects the item ahead of what else is selected.
+void SelectInFront(const CZxUser_Item& item)
+{
+    const std::vector<CZxUser_Item> others = SelectedItems();
+    if (!others.empty() && others.front().identifier() == item.identifier())
+        return;
+    ClearItemSelection();
+    SelectItem(item);
+    for (const CZxUser_Item& other : others)
+        if (other.identifier() != item.identifier())
+            SelectItem(other);
+}
+
 } // namespace
 
 CMarionetGoalCommand::CMarionetGoalCommand()
@@ -148,8 +161,9 @@ zxresult CMarionetGoalCommand::execute(uint32_t flags)
         if (!IsInRig(ikRefs, item))
             continue;
         if (!item.hasPackage("ik.positionTask") && !item.hasPackage("ik.orientationTask")) {
-            // Without an item argument the task command works on everything that is still selected.
-            SelectItem(item);
+            // Without an item argument the task command works on everything that is still selected, and
+            // tests what is selected first.
+            SelectInFront(item);
             ExecuteText("ikfb.task type:0 mode:1", flags);
             ExecuteText("ikfb.task type:1 mode:1", flags);
             ClearItemSelection();

@@ -2,6 +2,8 @@
 // What the rig commands share.
 #include "commands/RigCommand.h"
 
+#include "rig/RigQueries.h"
+
 namespace {
 
 struct Notifier {
@@ -12,6 +14,26 @@ constexpr Notifier kSelectionChange[] = {{"select.event", "item +v"}, {"select.e
 constexpr Notifier kEditOrSelection[] = {{"action.event", "edit +d"}, {"select.event", "item exist+d"}};
 
 } // namespace
+
+void StripJoint(const CZxUser_Item& item)
+{
+    for (const char* package : {"ik.package", "ik.joint", "ik.positionTask", "ik.orientationTask"})
+        item.removePackage(package);
+}
+
+void RemoveJointBranch(const RigTypes& types, const CZxUser_ItemGraph& ikRefs, const CZxUser_Item& top)
+{
+    const auto remove = [&](const CZxUser_Item& item) {
+        if (!types.canBeJoint(item) || !IsInRig(ikRefs, item))
+            return false;
+        if (const CZxUser_Item parent = item.parent())
+            DeleteLink(ikRefs, parent, item);
+        StripJoint(item);
+        return true;
+    };
+    if (remove(top))
+        ForEachBelow(top, [&](const CZxUser_Item&, const CZxUser_Item& child) { return remove(child); });
+}
 
 zxresult CRigCommand::flags(uint32_t* flags)
 {

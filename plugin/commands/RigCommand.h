@@ -15,7 +15,13 @@ struct RigTypes {
 
     bool isLocator(const CZxUser_Item& item) const { return item.isType(locator); }
     bool isSolver(const CZxUser_Item& item) const { return item.isType(solver); }
+    bool canBeJoint(const CZxUser_Item& item) const { return isLocator(item) && !isSolver(item); }
 };
+
+/// Takes the packages of a joint and its tasks from the item.
+void StripJoint(const CZxUser_Item& item);
+/// Takes a joint with all joints below it out of their rigs; what is no joint stays, with all below it.
+void RemoveJointBranch(const RigTypes& types, const CZxUser_ItemGraph& ikRefs, const CZxUser_Item& top);
 
 /// Events after which the host re-tests a command.
 enum class RetestOn { SelectionChange, EditOrSelection };

@@ -156,15 +156,45 @@ TEST(GoalTests, EverySelectedJointGetsItsOwnGoal)
     EXPECT_TRUE(stage.takeMessages().empty());
 }
 
-TEST(GoalTests, TheTaskCommandInsideGoesByWhatIsSelected)
+TEST(GoalTests, TheJointInWorkGetsItsTasksWhateverIsSelectedFirst)
 {
-    Stage stage;
-    stage.run({"select.set L", "ikfb.goal item:D"});
-    EXPECT_EQ(stage.links("chanLinks"), "") << "the first selected item is no joint";
-    EXPECT_EQ(stage.takeMessages(), std::vector<std::string>(2, "ikfb.task: ikfb.task 1001"));
-    stage.run({"select.set C", "ikfb.goal item:D"});
-    EXPECT_EQ(stage.packages("C"), "ik.package ik.joint ik.positionTask ik.orientationTask");
-    EXPECT_EQ(stage.links("chanLinks"), "Goal.wposMatrix -> D.ikptMatrix; Goal.wrotMatrix -> D.ikotMatrix");
+    constexpr const char* kBoth = "ik.package ik.joint ik.positionTask ik.orientationTask";
+    struct Mix {
+        std::initializer_list<std::string_view> before;
+        const char* line;
+        const char* joint; ///< it gets its tasks and a goal
+    };
+    const Mix mixes[] = {
+        {{}, "ikfb.goal item:D", "D"},
+        {{"select.set L", "select.add FullBodyIK"}, "ikfb.goal item:D", "D"},
+        {{"select.set C"}, "ikfb.goal item:D", "D"},
+        {{"ikfb.task item:D type:0 mode:1", "select.set D", "select.add M", "select.add C"},
+         "ikfb.goal",
+         "C"},
+        {{"ikfb.task item:D type:1 mode:1", "select.set D", "select.add L", "select.add S2"},
+         "ikfb.goal",
+         "S2"},
+    };
+    for (const Mix& mix : mixes) {
+        Stage stage;
+        stage.run(mix.before);
+        const std::vector<Item*> selected = [&] {
+            std::vector<Item*> items;
+            for (const refhost::Packet& packet : stage.host.selection().packets(refhost::SelectionType::Item))
+                items.push_back(packet.item);
+            return items;
+        }();
+        stage.run(mix.line);
+        SCOPED_TRACE(std::string(mix.line) + " for " + mix.joint);
+        EXPECT_EQ(stage.packages(mix.joint), kBoth);
+        EXPECT_NE(stage.links("chanLinks").find(std::string("rotMatrix -> ") + mix.joint), std::string::npos);
+        for (const Item* item : selected) {
+            const bool isJoint = item->hasPackage("ik.joint");
+            EXPECT_EQ(item->hasPackage("ik.positionTask"), isJoint) << item->uniqueName();
+        }
+        EXPECT_EQ(stage.selected(), "");
+        EXPECT_TRUE(stage.takeMessages().empty());
+    }
 }
 
 TEST(GoalAssignTests, TheKindOfGoalDecidesTasksAndLinks)
@@ -275,6 +305,55 @@ TEST(RemoveTests, TwoRigsGoInOneStepAndComeBack)
     stage.run("undo");
     EXPECT_EQ(stage.digest(), before);
     EXPECT_EQ(stage.selected(), "FullBodyIK F FullBodyIK_2");
+}
+
+TEST(RemoveTests, NothingOfARigStaysWhereverItHangs)
+{
+    struct Place {
+        const char* name;
+        std::initializer_list<std::string_view> before;
+        const char* solver;
+        std::initializer_list<const char*> stripped, kept;
+    };
+    const Place places[] = {
+        {"right below another rig's root",
+         {"item.create name:X parent:R", "item.create name:Y parent:X", "ikfb.assign item:X",
+          "ikfb.task item:Y type:0 mode:1"},
+         "FullBodyIK_3",
+         {"X", "Y"},
+         {"R", "B", "D", "FullBodyIK"}},
+        {"no joints left", {"item.delete item:S1"}, "FullBodyIK_2", {"S"}, {"R", "D", "FullBodyIK"}},
+        {"a rig nested below goes with it",
+         {"item.create name:X parent:D", "item.create name:Y parent:X", "ikfb.assign item:X"},
+         "FullBodyIK",
+         {"R", "B", "C", "D", "X", "Y"},
+         {"S", "S2", "FullBodyIK_3"}},
+        {"another solver item at the same root",
+         {"item.create type:ikFullBody name:Other parent:S"},
+         "Other",
+         {},
+         {"S", "S1", "S2", "FullBodyIK_2"}},
+    };
+    for (const Place& place : places) {
+        SCOPED_TRACE(place.name);
+        Stage stage;
+        stage.run(place.before);
+        const std::size_t before = stage.digest();
+        stage.run("ikfb.remove item:" + std::string(place.solver));
+        EXPECT_EQ(stage.scene().findByUniqueName(place.solver), nullptr);
+        for (const char* name : place.stripped) {
+            EXPECT_EQ(stage.packages(name), "") << name;
+            EXPECT_EQ((" " + stage.links("ikRefs") + ";").find(std::string(" ") + name + ";"),
+                      std::string::npos);
+        }
+        for (const char* name : place.kept) {
+            const bool isSolver = stage.item(name).isOfType("ikFullBody");
+            EXPECT_TRUE(isSolver || stage.item(name).hasPackage("ik.joint")) << name;
+        }
+        EXPECT_TRUE(stage.takeMessages().empty());
+        stage.run("undo");
+        EXPECT_EQ(stage.digest(), before);
+    }
 }
 
 TEST(RemoveTests, ASolverItemWithoutAParentIsLeftAlone)
