@@ -2,8 +2,14 @@
 // Reading a whole file and replacing one safely, shared by every reader and writer of this library.
 #include "formats/Files.h"
 
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -21,6 +27,13 @@ struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
+
+/// Place for the name of an unfinished file. A signal handler reads it, so it is never allocated or freed.
+struct NamePlace {
+    std::atomic<bool> taken = false, named = false;
+    char path[PATH_MAX] = {};
+};
+std::array<NamePlace, 64> namePlaces;
 
 std::string lastError() { return std::generic_category().message(errno); }
 
@@ -64,6 +77,34 @@ std::variant<std::string, FileError> readWholeFile(const std::string& path)
     return text;
 }
 
+UnfinishedFile::UnfinishedFile(const std::string& path) : m_Slot(0)
+{
+    if (path.size() >= PATH_MAX)
+        m_Slot = namePlaces.size(); // no system opens it
+    while (m_Slot < namePlaces.size() && namePlaces[m_Slot].taken.exchange(true))
+        ++m_Slot;
+    if (m_Slot == namePlaces.size())
+        return; // more files at once than places: this one is not looked after
+    std::memcpy(namePlaces[m_Slot].path, path.c_str(), path.size() + 1);
+    namePlaces[m_Slot].named = true;
+}
+
+UnfinishedFile::~UnfinishedFile()
+{
+    if (m_Slot == namePlaces.size())
+        return;
+    namePlaces[m_Slot].named = false;
+    namePlaces[m_Slot].taken = false;
+}
+
+void removeUnfinishedFiles() noexcept
+{
+    for (const NamePlace& place : namePlaces) {
+        if (place.named)
+            ::unlink(place.path);
+    }
+}
+
 std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view text)
 {
     std::error_code code;
@@ -84,6 +125,7 @@ std::optional<std::string> writeFileAtomically(const std::string& path, std::str
 
     fs::path temporary = target;
     temporary += ".part-" + std::to_string(std::random_device{}());
+    const UnfinishedFile unfinished(temporary.string());
     File file(std::fopen(temporary.c_str(), "wbx"));
     if (!file)
         return path + " cannot be written: " + lastError();

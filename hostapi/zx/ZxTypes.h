@@ -25,7 +25,9 @@ extern "C" {
  *
  * Phase marks: [load] while the module is being loaded or unloaded, [edit] outside evaluation and drawing,
  * [eval] inside a modifier's reset, next, allocate or evaluate, [draw] while a view is drawn, [any] at any
- * time. A host may refuse a call in the wrong phase with kZxNotAvailable.
+ * time. A slot of [edit] that changes the scene or the selection or runs commands is for the time while the
+ * host runs a command of the module or hands its tool an event or an evaluation. A host may refuse a call at
+ * any other time with kZxNotAvailable.
  *
  * Ownership: objects passed in stay the caller's; who keeps one adds a reference. Objects handed out carry
  * one reference, which the receiver releases. Text handed out belongs to the object that gave it and lasts

@@ -78,6 +78,18 @@ Result checkId(const Scene& scene, ItemId id)
 
 } // namespace
 
+ItemId Scene::takeId(ItemId wanted)
+{
+    if (wanted == 0) {
+        // A file may hold the largest identifier; counting goes on with the free ones below then.
+        while (m_NextId > kMaximumItemId || find(m_NextId))
+            m_NextId = m_NextId >= kMaximumItemId ? 1 : m_NextId + 1;
+        wanted = m_NextId;
+    }
+    m_NextId = std::max(m_NextId, wanted + 1);
+    return wanted;
+}
+
 ResultOf<Item*> Scene::createItem(const ItemType& type, std::string_view name, const CreateOptions& options)
 {
     using Answer = ResultOf<Item*>;
@@ -105,8 +117,7 @@ ResultOf<Item*> Scene::createItem(const ItemType& type, std::string_view name, c
     else if (findByUniqueName(uniqueName))
         return Answer::failure("The unique name '" + uniqueName + "' is taken.");
 
-    const ItemId id = options.id ? options.id : m_NextId;
-    m_NextId = std::max(m_NextId, id + 1);
+    const ItemId id = takeId(options.id);
     auto item = DocumentAccess::makeItem(*this, id, type, std::string(name), std::move(uniqueName));
     Item* made = item.get();
     const std::size_t place = DocumentAccess::childList(*this, options.parent).size();
@@ -127,8 +138,7 @@ ResultOf<Item*> Scene::addTransformItem(Item& owner, TransformKind kind, ItemId 
         return {there, {}};
     if (Result free = checkId(*this, id); !free.ok())
         return Answer::failure(std::move(free.message));
-    const ItemId used = id ? id : m_NextId;
-    m_NextId = std::max(m_NextId, used + 1);
+    const ItemId used = takeId(id);
     auto item = DocumentAccess::makeItem(*this, used, m_Host.transformType(kind), {}, {});
     DocumentAccess::makeTransformOf(*item, kind);
     Item* made = item.get();

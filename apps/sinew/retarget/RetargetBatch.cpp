@@ -5,6 +5,7 @@
 #include "formats/FileKind.h"
 #include "formats/Files.h"
 #include "shared/Console.h"
+#include "shared/Interrupt.h"
 #include "shared/Json.h"
 #include "shared/OutputFile.h"
 #include "shared/Progress.h"
@@ -42,6 +43,14 @@ struct Work {
     State state = State::Waiting;
     std::string message; ///< why it failed
     Json report; ///< null without one
+};
+
+/// A source that a process of its own works on. An interruption ends that too, and takes its log away.
+struct Running {
+    Running(Work& item, pid_t process) : work(item), child(process), log(item.errorFile) { }
+    Work& work;
+    InterruptedChild child;
+    formats::UnfinishedFile log;
 };
 
 /// FNV-1a, 64 bits: tells files apart, and is no protection against anybody.
@@ -215,7 +224,7 @@ private:
         const auto waiting = static_cast<std::size_t>(std::count_if(
             m_Works.begin(), m_Works.end(), [](const Work& item) { return item.state == State::Waiting; }));
         Progress progress("retargeting files", waiting);
-        std::map<pid_t, Work*> running;
+        std::map<pid_t, Running> running;
         std::size_t done = 0;
         auto next = m_Works.begin();
         while (done < waiting) {
@@ -223,7 +232,7 @@ private:
                 if (next->state != State::Waiting)
                     continue;
                 if (const pid_t child = start(*next); child > 0)
-                    running[child] = &*next;
+                    running.try_emplace(child, *next, child);
                 else
                     ++done;
             }
@@ -234,7 +243,7 @@ private:
             const auto found = running.find(child);
             if (child < 0 || found == running.end())
                 continue;
-            finish(*found->second, status);
+            finish(found->second.work, status);
             running.erase(found);
             progress.update(++done);
         }

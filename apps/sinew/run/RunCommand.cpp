@@ -97,9 +97,7 @@ private:
             report(line, result);
         if (!result.ok())
             tellLine(result.message);
-        // Whoever feeds lines one by one waits for the answer.
-        if (m_Options.script == "-")
-            std::fflush(stdout);
+        std::fflush(stdout); // for who feeds lines one by one, and for when a later line is interrupted
         return result.ok();
     }
 

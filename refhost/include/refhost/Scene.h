@@ -190,6 +190,8 @@ private:
     Result deleteLinksOf(Item& item);
     Result deleteLinksOf(Channel& channel);
     ItemGraph& mutableGraph(std::string_view name) const;
+    /// The wanted identifier, which has to be free; with 0 the next free one.
+    ItemId takeId(ItemId wanted);
 
     Host& m_Host;
     std::string m_Name;

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <set>
 
 namespace refhost {
 namespace {
@@ -390,6 +391,28 @@ void change(Scene& scene, std::mt19937& random)
         (void)scene.setSetupMode(pick(2) == 0);
         (void)scene.journal().undo();
     }
+}
+
+TEST(SceneFile, ItemsMadeBesideTheLargestIdentifierAreReadAgain)
+{
+    Host host;
+    std::string text = R"({"format": "sinew-scene", "version": 1, "items": [)"
+                       R"({"id": #, "name": "Last", "type": "locator"},)"
+                       R"({"id": 1, "name": "First", "type": "locator"}]})";
+    text.replace(text.find('#'), 1, std::to_string(kMaximumItemId));
+    const auto scene = mustRead(host, text);
+    std::set<ItemId> ids;
+    {
+        const LoadingScope loading(scene->journal());
+        for (int i = 0; i < 3; ++i) {
+            Item& made = *must(scene->createItem(host.locatorType(), "New"));
+            Item& moved = *must(scene->addTransformItem(made, TransformKind::Position));
+            EXPECT_TRUE(ids.insert(made.id()).second);
+            EXPECT_TRUE(ids.insert(moved.id()).second);
+        }
+    }
+    const auto again = mustRead(host, textOf(*scene));
+    EXPECT_EQ(again->digest(), scene->digest());
 }
 
 TEST(SceneFile, RandomScenesSurviveWithAndWithoutTheModule)
