@@ -281,8 +281,9 @@ void addRun(CLI::App& program, Action& action)
     command->add_flag("--json", options->json, "write one JSON object for each command");
     command->footer(
         "A script begins in an empty scene. Every command is one undo step; a command that fails\n"
-        "leaves the scene as it was and ends the script. The commands `commands` and `help NAME`\n"
-        "tell what there is.\n"
+        "leaves the scene as it was and ends the script. File names count from the script's\n"
+        "folder. The commands `commands` and `help NAME` tell what there is; of a rig,\n"
+        "`query item:FullBodyIK goals:true` tells how near it came to its goals.\n"
         "Exit codes: 0 done, 2 bad input or a command that failed, 3 internal error.\n\n"
         "Example script:\n"
         "  scene.import file:walk.bvh\n"

@@ -47,8 +47,9 @@ typedef struct ZxModifierTable {
     /** [eval] Told when time jumps rather than runs; a host may leave it out. */
     zxresult (*timeJumped)(ZxObject* self);
     /** [eval, edit] A figure about the last evaluation by name, such as "iterations" (steps that a solver
-     * took) and "converged" (0 when a solve diverged); kZxNotFound for a name that the node knows nothing of;
-     * a host may leave it out. */
+     * took), "converged" (0 when a solve diverged), and "distance NAME" and "angle NAME" (how far the item of
+     * that unique name is from its position goal, in scene units, and its orientation goal, in radians);
+     * kZxNotFound for a name that the node knows nothing of; a host may leave it out. */
     zxresult (*figure)(ZxObject* self, const char* name, double* value);
 } ZxModifierTable;
 

@@ -238,6 +238,7 @@ void CMarionetNode::addTask(const CZxUser_Item& item)
         return;
     const auto add = [&](const char* name) { return m_Evaluation.addChannel(item, name, kZxRead); };
     task.item = item;
+    task.bone = static_cast<uint32_t>(m_Bones.size() - 1);
     if (task.hasPosition) {
         task.ikptEnable = add("ikptEnable");
         task.ikptMatrix = add("ikptMatrix");

@@ -27,6 +27,9 @@ public:
     /// host's code.
     zxresult evaluate() override;
     zxresult test(ZxObject*, uint32_t) override { return kZxFalse; }
+    /// "iterations" and "converged" of the last solve; "distance NAME" and "angle NAME", how far the joint of
+    /// that unique name is shown from its position goal (scene units) and its orientation goal (radians).
+    zxresult figure(const char* name, double* value) override;
 
 private:
     struct SolverChannels {
@@ -55,7 +58,9 @@ private:
     void setBones();
     void setBonePose(BoneRecord& bone, Sinew::IKSegment& segment, bool anyRetargeting) const;
     void setBoneLimits(const BoneRecord& bone, Sinew::IKSegment& segment) const;
-    void setTasks(const ParentFrame& parent) const;
+    void setTasks(const ParentFrame& parent);
+    void noteAim(TaskRecord& task, const Sinew::Matrix4d& goal, const Sinew::Matrix4d& inParent,
+                 const ParentFrame& parent) const;
     void solve();
     void composeAnimatedPose(const ParentFrame& parent);
     void readSolvedPose(const ParentFrame& parent);

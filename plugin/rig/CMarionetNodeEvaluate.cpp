@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 using Sinew::IKSegment;
 using Sinew::Matrix4d;
@@ -197,9 +198,9 @@ void CMarionetNode::setBoneLimits(const BoneRecord& bone, IKSegment& segment) co
     }
 }
 
-void CMarionetNode::setTasks(const ParentFrame& parent) const
+void CMarionetNode::setTasks(const ParentFrame& parent)
 {
-    for (const TaskRecord& task : m_Tasks) {
+    for (TaskRecord& task : m_Tasks) {
         Matrix4d goal, rotationOffset, positionOffset;
         if (task.hasOrientation) {
             m_Evaluation.matrix(task.ikotMatrix, false).readBlock(goal);
@@ -217,6 +218,7 @@ void CMarionetNode::setTasks(const ParentFrame& parent) const
         goal = product(product(rotationOffset, positionOffset), goal);
         const Matrix4d rotationGoal = product(goal, parent.rotationInverse);
         const Matrix4d positionGoal = product(goal, parent.worldInverse);
+        noteAim(task, goal, positionGoal, parent);
 
         if (Sinew::IKPositionTask* position = task.position) {
             const bool enabled = m_Evaluation.isOn(task.ikptEnable);
@@ -246,6 +248,41 @@ void CMarionetNode::setTasks(const ParentFrame& parent) const
             }
         }
     }
+}
+
+/// Keeps where the joint should get, to be compared with where it is shown.
+void CMarionetNode::noteAim(TaskRecord& task, const Matrix4d& goal, const Matrix4d& inParent,
+                            const ParentFrame& parent) const
+{
+    task.aimsPosition = task.position && m_Evaluation.isOn(task.ikptEnable);
+    task.aimsOrientation = task.orientation && m_Evaluation.isOn(task.ikotEnable);
+    task.aim = goal;
+    if (!task.aimsPosition)
+        return;
+    const double scale = m_Evaluation.number(m_Settings.retargetScale) * m_Evaluation.number(task.ikptScale);
+    if (scale == 1)
+        return;
+    Matrix4d scaled;
+    scaled.setTranslation(inParent[3][0] * scale, inParent[3][1] * scale, inParent[3][2] * scale);
+    task.aim = WithTranslation(goal, product(scaled, parent.world));
+}
+
+zxresult CMarionetNode::figure(const char* name, double* value)
+{
+    for (const bool isDistance : {true, false}) {
+        const std::string_view asked(name), kind = isDistance ? "distance " : "angle ";
+        if (!asked.starts_with(kind))
+            continue;
+        for (const TaskRecord& task : m_Tasks) {
+            if (task.item.uniqueName() != asked.substr(kind.size())
+                || !(isDistance ? task.aimsPosition : task.aimsOrientation))
+                continue;
+            const Matrix4d& shown = m_Bones[task.bone].outWorld;
+            *value = isDistance ? Distance(shown[3], task.aim[3]) : AngleBetween(shown, task.aim);
+            return kZxOk;
+        }
+    }
+    return CZxImpl_Modifier::figure(name, value);
 }
 
 double CMarionetNode::shownBlend() const

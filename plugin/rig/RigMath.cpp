@@ -44,6 +44,17 @@ bool AreFinite(const double* values, int count)
     return std::all_of(values, values + count, [](double value) { return std::isfinite(value); });
 }
 
+double AngleBetween(const Matrix4d& a, const Matrix4d& b)
+{
+    // From the difference of the blocks, which is exact for small angles: its norm is 2 sqrt(2) sin(angle /
+    // 2).
+    double squares = 0;
+    for (uint32_t r = 0; r < 3; ++r)
+        for (uint32_t c = 0; c < 3; ++c)
+            squares += (a[r][c] - b[r][c]) * (a[r][c] - b[r][c]);
+    return 2 * std::asin(std::min(1.0, std::sqrt(squares / 8)));
+}
+
 Matrix4d WithoutScale(Matrix4d matrix)
 {
     for (uint32_t r = 0; r < 3; ++r) {

@@ -20,6 +20,8 @@ Sinew::Matrix4d HostRotation(double radians, uint32_t axis);
 double Length(const double* three);
 double Distance(const double* from, const double* to);
 bool AreFinite(const double* values, int count);
+/// Angle in radians between the rotations in two blocks.
+double AngleBetween(const Sinew::Matrix4d& a, const Sinew::Matrix4d& b);
 /// The block with rows of length 1, where they differ from it by more than 1e-6; rows of length 0 stay.
 Sinew::Matrix4d WithoutScale(Sinew::Matrix4d matrix);
 /// Inverse in place of a row-vector transform of any scale above 0; false, and no change, where there is

@@ -4,6 +4,8 @@
 
 #include "host/CZxItem.h"
 
+#include <sinew/Matrix4d.h>
+
 #include <string>
 
 namespace Sinew {
@@ -23,4 +25,9 @@ struct TaskRecord {
     uint32_t ikptOffset[3] = {}, ikptScale = 0;
     uint32_t ikotEnable = 0, ikotMatrix = 0, ikotWeight = 0, ikotPrecision = 0, ikotLength = 0;
     uint32_t ikotOffset[3] = {};
+
+    uint32_t bone = 0; ///< the joint among the node's bones
+    /// Where the last evaluation wanted the joint in the world, for the kinds that were on.
+    Sinew::Matrix4d aim;
+    bool aimsPosition = false, aimsOrientation = false;
 };

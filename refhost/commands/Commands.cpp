@@ -9,6 +9,7 @@
 #include "refhost/Host.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace refhost {
 namespace {
@@ -80,6 +81,12 @@ Invocation::Invocation(Commands& commands, Command& command)
 
 Host& Invocation::host() const { return m_Commands.host(); }
 Scene* Invocation::scene() const { return m_Commands.host().currentScene(); }
+std::string Invocation::filePath(int argument) const
+{
+    const std::string& name = m_Arguments.text(argument);
+    const std::string& folder = m_Commands.folder();
+    return name.empty() || folder.empty() ? name : (std::filesystem::path(folder) / name).string();
+}
 void Invocation::print(std::string_view line) const { m_Commands.print(line); }
 bool Invocation::printsJson() const { return m_Commands.printsJson(); }
 

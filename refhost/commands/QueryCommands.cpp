@@ -2,23 +2,15 @@
 // query, items, links, commands, help: what is in a scene and what can be said to it, as text or as JSON.
 #include "commands/CommandText.h"
 #include "commands/HostCommand.h"
+#include "commands/ItemFacts.h"
 #include "commands/Lookup.h"
 #include "refhost/Evaluation.h"
 #include "refhost/Host.h"
 #include "refhost/Modules.h"
 #include "scene/ExactText.h"
 
-#include <nlohmann/json.hpp>
-
 namespace refhost {
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-void printJson(const Invocation& invocation, const Json& json)
-{
-    invocation.print(json.dump(-1, ' ', false, Json::error_handler_t::replace));
-}
 
 constexpr const char* kJsonHelp = "one JSON value a line";
 
@@ -134,6 +126,9 @@ constexpr ArgumentRow kQueryArguments[] = {
     {"json", ArgumentType::Boolean, false, kJsonHelp},
     {"enabled", ArgumentType::Boolean, false,
      "whether the channel can be changed, and why not, in place of its value"},
+    {"tags", ArgumentType::Boolean, false, "the item's tags, such as PSTL of a locked joint"},
+    {"goals", ArgumentType::Boolean, false,
+     "of a rig's solver item: how its last solve ended, and how far each joint is from its goals now"},
 };
 
 /// Whether a channel can be changed, the reason when not, and the channels that decide.
@@ -180,6 +175,26 @@ void printDefault(const Invocation& invocation, const Item& item, const ChannelD
                {"value", std::move(value)}});
 }
 
+/// Tags, or goals; what asks for a channel says nothing to them.
+Result queryFacts(const Invocation& invocation, const Item& item, bool json)
+{
+    const Arguments& arguments = invocation.arguments();
+    const bool goals = arguments.boolean(7);
+    if (goals && arguments.boolean(6))
+        return Result::failure("'tags' and 'goals' are two questions; ask one after the other.");
+    for (const int other : {1, 2, 3, 5}) {
+        if (arguments.isSet(other))
+            return Result::failure(
+                "'" + arguments.spec(other).name + "' says nothing about "
+                + (goals ? "goals, which are told as they are at the current time" : "tags")
+                + "; leave it out.");
+    }
+    if (goals)
+        return printGoals(invocation, item, json);
+    printTags(invocation, item, json);
+    return {};
+}
+
 Result query(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
@@ -194,6 +209,8 @@ Result query(Invocation& invocation)
         return Result::failure("'time' is " + exactText(source.time)
                                + " s, beyond the times that a scene has.");
     const bool json = invocation.printsJson() || arguments.boolean(4), state = arguments.boolean(5);
+    if (arguments.boolean(6) || arguments.boolean(7))
+        return queryFacts(invocation, *item.value, json);
     if (arguments.isSet(1)) {
         const ResultOf<Channel*> channel = findChannel(*item.value, arguments.text(1), false);
         if (!channel.ok())
@@ -236,9 +253,10 @@ Result query(Invocation& invocation)
 constexpr ArgumentRow kItemsArguments[] = {
     {"item", ArgumentType::Item, false, "where to begin; the whole scene otherwise"},
     {"json", ArgumentType::Boolean, false, kJsonHelp},
+    {"tags", ArgumentType::Boolean, false, "also each item's tags, such as PSTL of a locked joint"},
 };
 
-void printItem(const Invocation& invocation, const Item& item, std::size_t level, bool json)
+void printItem(const Invocation& invocation, const Item& item, std::size_t level, bool json, bool tags)
 {
     if (json) {
         Json packages = Json::array();
@@ -250,19 +268,21 @@ void printItem(const Invocation& invocation, const Item& item, std::size_t level
                    {"id", item.id()},
                    {"type", item.type().name()},
                    {"parent", item.parent() ? Json(itemText(*item.parent())) : Json()},
-                   {"packages", std::move(packages)}});
+                   {"packages", std::move(packages)},
+                   {"tags", tagsJson(item)}});
         return;
     }
     std::string line(2 * level, ' ');
     line += quotedWhereNeeded(itemText(item)) + " (" + item.type().name() + ")";
     for (const Package* package : item.packages())
         line += " +" + package->name();
-    invocation.print(line);
+    invocation.print(tags ? line + tagsText(item) : line);
 }
 
 Result printItems(Invocation& invocation)
 {
     const bool json = invocation.printsJson() || invocation.arguments().boolean(1);
+    const bool tags = invocation.arguments().boolean(2);
     struct Place {
         const Item* item;
         std::size_t level;
@@ -279,7 +299,7 @@ Result printItems(Invocation& invocation)
     while (!open.empty()) {
         const Place place = open.back();
         open.pop_back();
-        printItem(invocation, *place.item, place.level, json);
+        printItem(invocation, *place.item, place.level, json, tags);
         push(place.item->children(), place.level + 1);
     }
     return {};
@@ -377,7 +397,9 @@ Result printCommands(Invocation& invocation)
         std::string text = command->summary();
         Json line = json ? commandJson(*command) : Json();
         if (states) {
-            const Enabled& state = invocation.commands().state(*command);
+            Invocation untold(invocation.commands(),
+                              *command); // tested now: memory is for what is drawn all the time
+            const Enabled state = command->enabled(untold);
             text = state.yes ? "yes" : "no";
             text += state.message.empty() ? "" : ": " + state.message;
             line["enabled"] = state.yes;

@@ -73,7 +73,7 @@ constexpr ArgumentRow kOpenArguments[] = {
 Result openScene(Invocation& invocation)
 {
     Host& host = invocation.host();
-    const std::string& path = invocation.arguments().text(0);
+    const std::string path = invocation.filePath(0);
     return replaceScene(host, [&]() -> Result {
         ResultOf<std::unique_ptr<Scene>> read = readSceneFile(host, path);
         if (!read.ok())
@@ -93,7 +93,7 @@ Result saveScene(Invocation& invocation)
 {
     Scene& scene = *invocation.scene();
     SceneFileState& state = SceneFileState::of(scene);
-    const std::string path = invocation.arguments().isSet(0) ? invocation.arguments().text(0) : state.path;
+    const std::string path = invocation.arguments().isSet(0) ? invocation.filePath(0) : state.path;
     if (path.empty())
         return Result::failure(
             "No file stands for this scene yet. Name one, as in scene.save file:walk.sinew.json");
@@ -117,7 +117,7 @@ constexpr ArgumentRow kImportArguments[] = {
 Result importFile(Invocation& invocation)
 {
     const Arguments& arguments = invocation.arguments();
-    const std::string& path = arguments.text(0);
+    const std::string path = invocation.filePath(0);
     if (Result result = requireExtension(path, kImportExtensions, "imported"); !result.ok())
         return result;
     MotionImportOptions options;
@@ -144,7 +144,7 @@ constexpr ArgumentRow kExportArguments[] = {
 };
 Result exportFile(Invocation& invocation)
 {
-    const std::string& path = invocation.arguments().text(0);
+    const std::string path = invocation.filePath(0);
     if (Result result = requireExtension(path, kExportExtensions, "exported"); !result.ok())
         return result;
     MotionExportOptions options;
@@ -173,7 +173,7 @@ constexpr ArgumentRow kModuleArguments[] = {
 };
 Result loadModule(Invocation& invocation)
 {
-    return Modules::of(invocation.host()).load(invocation.arguments().text(0));
+    return Modules::of(invocation.host()).load(invocation.filePath(0));
 }
 
 constexpr ArgumentRow kTagArguments[] = {

@@ -318,6 +318,8 @@ void EvalGraph::runNode(NodeVertex& node)
     node.fetch();
     ++m_Evaluation.m_EvaluationCount;
     const bool failedBefore = node.failed || node.refused;
+    if (node.mostSteps() > kManySteps)
+        m_Evaluation.tellLongSolve(node.itemId, node.itemLabel, node.mostSteps());
     ++m_Evaluation.m_Busy;
     const Result result = node.run();
     --m_Evaluation.m_Busy;

@@ -182,6 +182,8 @@ struct NodeVertex final : Vertex, NodeChannels {
     /// Asks for the memory that a run goes through, so that a scene of many rigs doesn't wait for each line.
     void fetch() const;
     Result run();
+    /// How many steps the run may take; 0 where no channel says so.
+    std::int32_t mostSteps() const { return stepsSlot ? m_Slots[*stepsSlot].integer : 0; }
     /// The user's name for it.
     std::string label() const;
 
@@ -195,6 +197,7 @@ struct NodeVertex final : Vertex, NodeChannels {
         shown; ///< beside `outputs`: by the run under way, and by the last good one
     std::vector<Matrix34> inputs; ///< copies of the matrices that it reads
     std::vector<std::uint32_t> dirty;
+    std::optional<std::uint32_t> stepsSlot; ///< of the channel that bounds a solver's steps
     bool bound = false;
     bool failed = false; ///< in the last run: its outputs show what is without it
     bool refused = false; ///< in the last run numbers were refused

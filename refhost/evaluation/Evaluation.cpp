@@ -184,6 +184,17 @@ void Evaluation::tellCircle(const std::string& text)
         m_Scene.host().tell(MessageLevel::Error, text);
 }
 
+/// Said before the solve, which may keep the user waiting; once, since the value may change with time.
+void Evaluation::tellLongSolve(std::uint64_t itemId, const std::string& label, std::int32_t steps)
+{
+    if (m_ToldLongSolves.insert(itemId).second)
+        m_Scene.host().tell(
+            MessageLevel::Warning,
+            "'" + label + "': iksSteps is " + std::to_string(steps)
+                + ", and a solve of so many steps can last for minutes or hours. Lower it, unless "
+                  "you mean it.");
+}
+
 void Evaluation::countMaking(const Modifier& modifier)
 {
     for (auto& [name, count] : m_Makings) {

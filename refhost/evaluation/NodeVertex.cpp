@@ -8,6 +8,8 @@
 namespace refhost {
 namespace {
 
+constexpr std::string_view kStepsChannel = "iksSteps";
+
 template <std::size_t N>
 bool allFinite(const double* numbers)
 {
@@ -49,6 +51,8 @@ std::optional<std::uint32_t> NodeVertex::addChannel(Item& item, std::string_view
         slot.integer = static_cast<std::int32_t>(inputs.size());
         inputs.emplace_back();
     }
+    if (name == kStepsChannel && slot.state == SlotState::Number)
+        stepsSlot = static_cast<std::uint32_t>(m_Slots.size());
     m_Slots.push_back(slot);
     sources.emplace_back();
     sources.back().channel = channel;

@@ -125,6 +125,28 @@ TEST(RunCommand, ASceneIsSavedAndRunAgainFromItsFile)
     EXPECT_EQ(run.read("walk.sinew.json"), run.read("again.sinew.json"));
 }
 
+TEST(RunCommand, FileNamesCountFromTheFolderOfTheScript)
+{
+    const ProgramRun run;
+    for (const char* folder : {"walks", "elsewhere"})
+        std::filesystem::create_directory(run.path(folder));
+    run.write("walks/walk.bvh", walkingFigure(3));
+    run.write("walks/make.txt",
+              "scene.import file:walk.bvh\nscene.save file:walk.sinew.json\nscene.new\n"
+              "scene.open file:walk.sinew.json\nscene.export file:../elsewhere/again.bvh\n"
+              "scene.save file:'"
+                  + run.path("whole.sinew.json")
+                  + "'\n"
+                    "module.load file:missing.zx\n");
+    const ProgramResult result = run({"run", "walks/make.txt", "--no-module"});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_TRUE(contains(result.err, "walks/make.txt:7: ") && contains(result.err, "walks/missing.zx"))
+        << result.err;
+    EXPECT_TRUE(run.exists("walks/walk.sinew.json"));
+    EXPECT_TRUE(run.exists("elsewhere/again.bvh"));
+    EXPECT_TRUE(run.exists("whole.sinew.json"));
+}
+
 TEST(RunCommand, TheExampleRigReachesItsGoal)
 {
     const ProgramRun run;

@@ -202,6 +202,23 @@ INSTANTIATE_TEST_SUITE_P(All, SettingTests, ::testing::ValuesIn(kCases), [](cons
     return name;
 });
 
+TEST(SettingTests, MoreThanAHundredThousandStepsAreToldOnce)
+{
+    Arm arm;
+    arm.set(arm.settings, "iksTolerance", 1); // so that a solve ends by itself
+    const auto told = [&](int steps) {
+        arm.set(arm.settings, "iksSteps", steps);
+        arm.pose(arm.bones);
+        return arm.takeMessages();
+    };
+    EXPECT_EQ(told(100000), std::vector<std::string>());
+    const std::vector<std::string> first = told(100001);
+    ASSERT_EQ(first.size(), 1u);
+    EXPECT_EQ(first[0].find("'baseSolver': iksSteps is 100001"), 0u) << first[0];
+    arm.freshNodes();
+    EXPECT_EQ(told(200000), std::vector<std::string>());
+}
+
 TEST(SettingTests, TheArmReachesItsGoal)
 {
     Arm arm(unevenParent());

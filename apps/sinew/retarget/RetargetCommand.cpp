@@ -9,6 +9,7 @@
 #include "shared/Console.h"
 #include "shared/MotionFile.h"
 #include "shared/OutputFile.h"
+#include "shared/Plugin.h"
 
 #include <fmt/format.h>
 
@@ -29,6 +30,7 @@ void checkOptions(const RetargetOptions& options)
 {
     if (options.settings.steps == 0 || options.settings.steps > kMostSteps)
         throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", options.settings.steps, kMostSteps));
+    warnOfManySteps(options.settings.steps);
     if (!std::isfinite(options.settings.tolerance) || !(options.settings.tolerance >= 0)
         || options.settings.tolerance > 1e6)
         throw BadInput("--tolerance: give a number from 0 and at most 1000000");

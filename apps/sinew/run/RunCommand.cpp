@@ -48,6 +48,9 @@ public:
         addShotCommand(m_Host);
         if (!options.noModule)
             loadModule(commands);
+        // Only now: the module's name comes from the command line.
+        if (options.script != "-")
+            commands.setFolder(std::filesystem::path(options.script).parent_path().string());
         m_Host.newScene();
     }
 

@@ -111,7 +111,7 @@ public:
         PictureSettings settings;
         if (Result read = readSettings(invocation, settings); !read.ok())
             return read;
-        const std::string& file = invocation.arguments().text(kFile);
+        const std::string file = invocation.filePath(kFile);
         if (!render::imageFormatOf(file))
             return Result::failure(file + ": " + render::kImageEndings + ".");
         try {

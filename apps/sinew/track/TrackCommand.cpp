@@ -8,6 +8,7 @@
 #include "shared/Console.h"
 #include "shared/Json.h"
 #include "shared/OutputFile.h"
+#include "shared/Plugin.h"
 #include "track/TrackInput.h"
 #include "track/TrackRun.h"
 
@@ -37,6 +38,7 @@ void checkSettings(const TrackSettings& settings)
 {
     if (settings.steps == 0 || settings.steps > kMostSteps)
         throw BadInput(fmt::format("--steps: {} won't do; give 1 to {}", settings.steps, kMostSteps));
+    warnOfManySteps(settings.steps);
     requireNumber("--tolerance", settings.tolerance, true);
     requireNumber("--precision", settings.precision, false);
     requireNumber("--pull", settings.pull, false);

@@ -76,6 +76,8 @@ public:
     Arguments& arguments() { return m_Arguments; }
     const Arguments& arguments() const { return m_Arguments; }
 
+    /// The file that an argument names, seen from the folder that the commands work in.
+    std::string filePath(int argument) const;
     /// One line of output, without its line end.
     void print(std::string_view line) const;
     /// Whether output goes to a program, so that every line is to be one JSON value.

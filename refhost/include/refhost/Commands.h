@@ -80,6 +80,9 @@ public:
     /// What the command's own test says without arguments, for lists; remembered where the command names the
     /// events that may change it.
     const Enabled& state(Command& command);
+    /// Where relative names of files count from, such as the folder of a script; empty: the program's own.
+    void setFolder(std::string folder) { m_Folder = std::move(folder); }
+    const std::string& folder() const { return m_Folder; }
     /// Commands that are running now, one inside the other.
     int depth() const { return m_Depth; }
 
@@ -100,6 +103,7 @@ private:
     std::map<std::string, Command*, std::less<>> m_Names;
     std::unique_ptr<EnableStates> m_States;
     OutputSink m_Output;
+    std::string m_Folder;
     bool m_PrintsJson = false;
     int m_Depth = 0;
 };

@@ -24,6 +24,9 @@ class Item;
 class Scene;
 struct SceneSnapshot;
 
+/// Steps of one solve beyond which the user is told that it may take long.
+inline constexpr std::int32_t kManySteps = 100000;
+
 /// A view of the evaluated scene as it stood when it was taken, whatever is edited while it lives. Copies of
 /// the pointer share it. It must go before its scene does, or answers nothing afterwards.
 class EvaluatedRead {
@@ -108,6 +111,7 @@ private:
     bool canEvaluate(const Channel& channel) const;
     void tellAbout(const EvalGraph& graph, const std::string& what, std::string problem);
     void tellCircle(const std::string& text);
+    void tellLongSolve(std::uint64_t itemId, const std::string& label, std::int32_t steps);
     void countMaking(const Modifier& modifier);
 
     Scene& m_Scene;
@@ -116,6 +120,7 @@ private:
     std::vector<std::pair<std::string, std::uint64_t>> m_Makings;
     std::map<std::pair<std::string, const EvalGraph*>, std::string> m_Told; // what is wrong now
     std::set<std::string> m_ToldCircles;
+    std::set<std::uint64_t> m_ToldLongSolves; // items
     std::uint64_t m_EvaluationCount = 0;
     int m_Busy = 0; // nodes being made or evaluated
 };

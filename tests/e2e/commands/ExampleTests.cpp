@@ -13,15 +13,12 @@ namespace {
 /// The lines of an example that come before the one that begins with `end`; all of them without.
 std::vector<std::string> linesOf(const std::string& example, std::string_view end = {})
 {
-    const std::string project = std::string(SINEW_SOURCE "/examples/");
-    std::ifstream file(project + example);
+    std::ifstream file(SINEW_SOURCE "/examples/" + example);
     EXPECT_TRUE(file.is_open()) << example;
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         if (!end.empty() && line.starts_with(end))
             break;
-        if (const std::size_t at = line.find("file:examples/"); at != std::string::npos)
-            line.replace(at + 5, 9, project);
         lines.push_back(line);
     }
     return lines;
@@ -31,6 +28,7 @@ class Example : public CommandScene {
 public:
     explicit Example(const std::string& name, std::string_view end = {})
     {
+        commands().setFolder(SINEW_SOURCE "/examples");
         run("scene.setup on:false");
         for (const std::string& line : linesOf(name, end))
             run(line);

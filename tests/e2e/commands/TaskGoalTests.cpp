@@ -244,6 +244,68 @@ TEST(GoalAssignTests, CompKeepsJointAndGoalApart)
     EXPECT_LT(difference(stage.pose(joints), before), 1e-3);
 }
 
+TEST(GoalQueryTests, TellsHowTheSolveEndedAndWhatIsLeftToEachGoal)
+{
+    Stage stage;
+    // Below a parent of uneven scale, with offsets and scaled goals: what counts is the joint as it is shown.
+    stage.run({"item.create name:P", "item.parent item:R parent:P", "channel.set P rot.Y 35deg",
+               "channel.set P scl.X 2", "channel.set P scl.Z 0.5", "select.set D", "ikfb.goal",
+               "ikfb.task item:C type:1 mode:1", "ikfb.task item:B type:0 mode:1",
+               "channel.set B ikptEnable 0", "channel.set D ikptOffset.X 0.5",
+               "channel.set D ikotOffset.Z 30deg", "channel.set Goal pos.Y 40",
+               "channel.set FullBodyIK iksSteps 500"});
+    for (const double scale : {1.0, 0.5}) {
+        stage.set(stage.item("D"), "ikptScale", scale);
+        const std::string told = stage.ask("query item:FullBodyIK goals:true");
+        const Matrix34 joint{stage.matrix(stage.item("D"), "wrotMatrix").linear,
+                             stage.matrix(stage.item("D"), "wposMatrix").offset};
+        const Matrix33 turn = stage.matrix(stage.item("Goal"), "wrotMatrix").linear;
+        const Matrix33 wanted = turn * refhost::matrixFromEuler({0, 0, std::numbers::pi / 6}, 4);
+        const Vector3 lever = wanted * Vector3{0, 0, 0}, ahead = turn * Vector3{0.5, 0, 0};
+        Vector3 place = stage.matrix(stage.item("Goal"), "wposMatrix").offset;
+        for (std::size_t a = 0; a < 3; ++a)
+            place[a] = scale * (place[a] + ahead[a] + lever[a]); // the parent stands at the origin
+        const double distance =
+            std::hypot(joint.offset[0] - place[0], joint.offset[1] - place[1], joint.offset[2] - place[2]);
+        double squares = 0;
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 3; ++c)
+                squares += std::pow(joint.linear[r][c] - wanted[r][c], 2);
+        const double degrees = 2 * std::asin(std::sqrt(squares / 8)) * 180 / std::numbers::pi;
+        EXPECT_EQ(told.rfind("iterations ", 0), 0u) << told;
+        EXPECT_NE(told.find(" of 500; converged "), std::string::npos) << told;
+        const auto number = [&](const std::string& label) {
+            const std::size_t at = told.find(label);
+            return at == std::string::npos ? -1 : std::stod(told.substr(at + label.size()));
+        };
+        EXPECT_GT(distance, 1) << "out of reach";
+        EXPECT_NEAR(number("D distance "), distance, 1e-6 * distance);
+        EXPECT_NEAR(number("D angle "), degrees, 1e-4);
+        EXPECT_GE(number("C angle "), 0) << told;
+        EXPECT_EQ(number("C distance "), -1) << "it has no such goal";
+        EXPECT_EQ(number("B distance "), -1) << "it is switched off";
+    }
+    stage.run("channel.set FullBodyIK iksSteps 1");
+    EXPECT_NE(stage.ask("query item:FullBodyIK goals:true").find("1 of 1; converged no: its steps"),
+              std::string::npos);
+    stage.run("item.rename item:D Hand");
+    EXPECT_NE(stage.ask("query item:FullBodyIK goals:true").find("; Hand distance "), std::string::npos);
+    for (const char* line : {"query item:L goals:true", "query item:FullBodyIK goals:true time:3",
+                             "query item:FullBodyIK goals:true tags:true"})
+        EXPECT_NE(stage.answer(line), "") << line;
+}
+
+TEST(GoalQueryTests, TagsSuchAsLocksCanBeAskedFor)
+{
+    Stage stage;
+    stage.run("item.tag PSTL ikLock item:F1");
+    EXPECT_EQ(stage.ask("query item:F1 tags:true"), "PSTL ikLock");
+    EXPECT_EQ(stage.ask("items item:F tags:true"),
+              "F (locator);   F1 (locator) PSTL=ikLock;     F2 (locator)");
+    EXPECT_EQ(stage.ask("items item:F1"), "F1 (locator);   F2 (locator)");
+    EXPECT_NE(stage.ask("items item:F1 json:true").find(R"("tags":{"PSTL":"ikLock"})"), std::string::npos);
+}
+
 TEST(ChainTests, ABranchJoinsWithAllItsLocators)
 {
     Stage stage;

@@ -82,12 +82,12 @@ TEST_F(EnableStateTest, SelectionAndEditsTestThoseAgainThatNameThem)
     }
 }
 
-TEST_F(EnableStateTest, ListsShowTheStateAndRunningTestsAnew)
+TEST_F(EnableStateTest, ListingAndRunningTestAnew)
 {
     session.run("item.create name:A");
-    EXPECT_NE(session.ask("commands enabled:true").find("bySelection     no: none"), std::string::npos);
+    tests(); // remembered: none is selected, which the next line changes without an event that is named
     session.run("select.set A");
-    EXPECT_NE(session.ask("commands enabled:true").find("bySelection     yes"), std::string::npos);
+    EXPECT_NE(session.ask("commands enabled:true").find("byEdit          yes"), std::string::npos);
     const int before = bySelection.tests;
     session.run("bySelection");
     EXPECT_EQ(bySelection.tests, before + 1);
