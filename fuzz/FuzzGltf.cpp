@@ -95,10 +95,14 @@ void evaluate(const formats::Gltf& gltf)
 
 void writeAndReadAgain(const formats::Gltf& gltf)
 {
-    formats::GltfClip clip{"fuzz", {0, 1}, {}};
+    formats::GltfClip clip{"fuzz", {}, {}};
     for (const int node : gltf.skeleton)
         if (!gltf.nodes[static_cast<std::size_t>(node)].sheared)
-            clip.keys.push_back({node, {}, {{0, 0, 0, 1}, {0, 0, 0.6, 0.8}}, {}});
+            clip.tracks.push_back({node,
+                                   formats::GltfPath::Rotation,
+                                   formats::GltfInterpolation::Linear,
+                                   {0, 1},
+                                   {0, 0, 0, 1, 0, 0, 0.6, 0.8}});
     const formats::GltfWriteResult written = writeGlb(gltf, clip);
     const auto* bytes = std::get_if<std::string>(&written);
     require(bytes != nullptr, "what was read can be written");
@@ -113,7 +117,7 @@ void writeAndReadAgain(const formats::Gltf& gltf)
         require(second->nodes[i].name == gltf.nodes[i].name
                     && second->nodes[i].parent == gltf.nodes[i].parent,
                 "the tree survives writing");
-    require(second->animations.size() == gltf.animations.size() + (clip.keys.empty() ? 0 : 1),
+    require(second->animations.size() == gltf.animations.size() + (clip.tracks.empty() ? 0 : 1),
             "the motion is added");
     for (std::size_t i = 0; i < gltf.animations.size(); ++i)
         for (std::size_t t = 0; t < gltf.animations[i].tracks.size(); ++t)

@@ -141,9 +141,9 @@ void addTrack(CLI::App& program, Action& action)
         ->check(fileName())
         ->required();
     command
-        ->add_option(
-            "-o,--output", options->output,
-            "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; - for the standard output")
+        ->add_option("-o,--output", options->output,
+                     "the same file with the solved motion, or the figure in\nanother format: .bvh, .glb, "
+                     ".vrm, .vrma; - for the\nstandard output")
         ->type_name("OUT")
         ->check(fileName())
         ->required();
@@ -158,6 +158,7 @@ void addTrack(CLI::App& program, Action& action)
         ->type_name("FIRST:LAST");
     command->add_option("--animation", options->animation, "of glTF: which one; without: the first")
         ->type_name("NAME");
+    command->add_flag("--append", options->append, "of glTF: add an animation and replace none");
     command
         ->add_option("--rate", options->rate,
                      "of glTF: frames a second; without: as its keys come, or\n30 where they are few")
@@ -210,15 +211,16 @@ void addRetarget(CLI::App& program, Action& action)
         ->check(fileName())
         ->required();
     command
-        ->add_option(
-            "-o,--output", options->output,
-            "the target's file with the new motion, .bvh or .glb; - for\nthe standard output; a folder for "
-            "several sources")
+        ->add_option("-o,--output", options->output,
+                     "the target's file with the new motion, or the figure in\nanother format: .bvh, .glb, "
+                     ".vrm, .vrma; - for the\nstandard output; a folder for several sources")
         ->check(fileName())
         ->type_name("OUT");
-    command->add_option("--format", options->format, "of `-o -`: bvh or glb; without: that of the target")
+    command
+        ->add_option("--format", options->format,
+                     "of `-o -`: bvh, glb, vrm or vrma; without: that of the target")
         ->type_name("NAME")
-        ->check(CLI::IsMember({"bvh", "glb"}));
+        ->check(CLI::IsMember({"bvh", "glb", "vrm", "vrma"}));
     command->add_option("--map", options->map, "pair joints as this file says")
         ->type_name("FILE")
         ->check(fileName());
@@ -231,7 +233,13 @@ void addRetarget(CLI::App& program, Action& action)
         ->type_name("INDEX")
         ->check(wholeNumber(0, 1'000'000))
         ->capture_default_str();
-    command->add_flag("--body", options->settings.body,
+    command
+        ->add_option("--target-animation", options->targetAnimation,
+                     "of a glTF target: the one that is replaced, under its\nname; without: the first")
+        ->type_name("NAME");
+    command->add_flag("--append", options->append,
+                      "of a glTF target: add an animation, named after the\nsource, and replace none");
+    command->add_flag("--body", options->body,
                       "give the bones of a BVH target simple solid shapes\nin a .glb");
     command->add_flag_callback(
         "--no-positions", [options] { options->settings.positions = false; },

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace formats {
 
@@ -102,8 +103,11 @@ std::string wordFor(const std::string& name, std::size_t index)
 
 class BvhWriter {
 public:
-    explicit BvhWriter(const BvhMotion& motion)
-        : m_Motion(motion), m_Tree(treeOf(motion)), m_Decimals(decimalsFor(motion, m_Tree))
+    BvhWriter(const BvhMotion& motion, const BvhWriteOptions& options)
+        : m_Motion(motion),
+          m_Options(options),
+          m_Tree(treeOf(motion)),
+          m_Decimals(decimalsFor(motion, m_Tree))
     {
     }
 
@@ -190,7 +194,11 @@ private:
         for (std::size_t frame = 0; frame < frames; ++frame) {
             const double* row = m_Motion.values.data() + frame * width;
             for (const Column& column : m_Columns) {
-                appendFixed(m_Out, column.index < width ? row[column.index] : 0, column.decimals);
+                const std::size_t place = frame * width + column.index;
+                if (column.index < width && place < m_Options.exact.size() && m_Options.exact[place])
+                    m_Out += shortestText(row[column.index]);
+                else
+                    appendFixed(m_Out, column.index < width ? row[column.index] : 0, column.decimals);
                 m_Out += ' ';
             }
             m_Out.back() = '\n';
@@ -198,14 +206,48 @@ private:
     }
 
     const BvhMotion& m_Motion;
+    const BvhWriteOptions& m_Options;
     Tree m_Tree;
     Decimals m_Decimals;
     std::vector<Column> m_Columns;
     std::string m_Out;
 };
 
+/// The first number that is larger than a reader takes.
+std::optional<BvhError> tooLarge(const BvhMotion& motion)
+{
+    const auto check = [](double value, const std::string& what) -> std::optional<BvhError> {
+        if (!std::isfinite(value) || std::abs(value) <= kLargestValue)
+            return std::nullopt;
+        return BvhError{
+            0, what + " is " + shortestText(value) + ", larger than any motion can be (1e12 is the limit)"};
+    };
+    if (auto error = check(motion.frameTime, "the frame time"))
+        return error;
+    for (const BvhJoint& joint : motion.joints) {
+        for (const double offset : joint.offset)
+            if (auto error = check(offset, "the OFFSET of " + quoted(joint.name)))
+                return error;
+        for (std::size_t c = 0; channelsInRow(motion, joint) && c < joint.channels.size(); ++c)
+            for (std::size_t place = joint.firstChannel + c; place < motion.values.size();
+                 place += motion.channelCount)
+                if (!(std::abs(motion.values[place]) <= kLargestValue))
+                    if (auto error = check(motion.values[place],
+                                           "in frame " + std::to_string(place / motion.channelCount) + " the "
+                                               + kChannelNames[static_cast<std::size_t>(joint.channels[c])]
+                                               + " of " + quoted(joint.name)))
+                        return error;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
-std::string writeBvh(const BvhMotion& motion) { return BvhWriter(motion).write(); }
+BvhWriteResult writeBvh(const BvhMotion& motion, const BvhWriteOptions& options)
+{
+    if (std::optional<BvhError> error = tooLarge(motion))
+        return *std::move(error);
+    return BvhWriter(motion, options).write();
+}
 
 } // namespace formats

@@ -28,15 +28,8 @@ public:
     std::size_t addFloats(std::span<const float> values, const char* type, std::size_t width, bool bounds,
                           int target = 0);
 
-    /// Adds an animation, or puts the clip's keys into one: channels of the same node and property make room,
-    /// others stay. Nothing happens for a clip without keys.
-    void addClip(const GltfClip& clip, std::size_t nodeCount, int replaceAnimation);
-
     /// The file; `otherChunks` follow the usual two.
     std::string finish(const std::vector<GltfChunk>& otherChunks = {});
-
-private:
-    Json keptChannels(const Json& animation, const GltfClip& clip, Json& samplers) const;
 };
 
 inline constexpr int kVertexTarget = 34962;

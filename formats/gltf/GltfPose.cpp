@@ -15,6 +15,8 @@ using Value = std::array<double, 4>;
 // Seconds between frames.
 constexpr double kShortestStep = 1e-3, kLongestStep = 0.1;
 constexpr double kUsualStep = 1.0 / 30; // where the keys tell nothing
+constexpr double kMostFrames =
+    1e6; // animations that claim to last longer get no more times than they have keys
 
 /// Value, or tangent, number `part` of a key; three components leave the fourth 0.
 Value partOf(const GltfTrack& track, std::size_t key, std::size_t part, std::size_t partCount)
@@ -86,9 +88,9 @@ Value valueAt(const GltfTrack& track, double time)
 
 void apply(const GltfTrack& track, double time, GltfTransform& transform)
 {
-    const Value value = valueAt(track, time);
+    const Value value = sampleTrack(track, time);
     if (track.path == GltfPath::Rotation)
-        transform.rotation = normalised(value);
+        transform.rotation = value;
     else
         (track.path == GltfPath::Translation ? transform.translation : transform.scale) = {value[0], value[1],
                                                                                            value[2]};
@@ -121,6 +123,12 @@ GltfPose sampleAnimation(const Gltf& gltf, std::size_t animation, double time)
     return pose;
 }
 
+Value sampleTrack(const GltfTrack& track, double time)
+{
+    const Value value = valueAt(track, time);
+    return track.path == GltfPath::Rotation ? normalised(value) : value;
+}
+
 double frameStep(const GltfAnimation& animation)
 {
     const GltfTrack* longest = nullptr;
@@ -135,6 +143,31 @@ double frameStep(const GltfAnimation& animation)
     const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
     std::nth_element(steps.begin(), middle, steps.end());
     return *middle >= kShortestStep && *middle <= kLongestStep ? *middle : kUsualStep;
+}
+
+std::vector<double> withoutGaps(const std::vector<double>& times)
+{
+    if (times.empty() || (times.back() - times.front()) / kUsualStep > kMostFrames)
+        return times;
+    std::vector<double> out;
+    for (const double time : times) {
+        const double gap = out.empty() ? 0 : time - out.back();
+        const double parts = gap > kLongestStep ? std::ceil(gap / kUsualStep - 1e-9) : 1;
+        for (double i = 1; i < parts; ++i)
+            out.push_back(time - gap * (1 - i / parts));
+        out.push_back(time);
+    }
+    return out;
+}
+
+std::vector<double> frameTimes(const GltfAnimation& animation)
+{
+    std::vector<double> keys;
+    for (const GltfTrack& track : animation.tracks)
+        keys.insert(keys.end(), track.times.begin(), track.times.end());
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    return withoutGaps(keys);
 }
 
 std::vector<GltfMatrix> worldMatrices(const Gltf& gltf, const GltfPose& pose)

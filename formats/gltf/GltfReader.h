@@ -51,6 +51,7 @@ private:
 
     // GltfReaderVrm.cpp
     void readVrm();
+    void readVrmControls(const JsonView& animation);
     void readHumanBones(const JsonView& bones);
     void addHumanBone(const std::string& bone, const JsonView& node);
 

@@ -108,6 +108,21 @@ void GltfReader::readHumanBones(const JsonView& bones)
     }
 }
 
+/// Of a VRM animation: the nodes that stand for expressions and for the gaze.
+void GltfReader::readVrmControls(const JsonView& animation)
+{
+    if (const auto expressions = animation.find("expressions"))
+        for (const char* kind : {"preset", "custom"})
+            if (const auto list = expressions->find(kind))
+                for (const auto& [name, value] : list->object().json().get_ref<const Json::object_t&>())
+                    if (const JsonView view(value, list->path() + "." + pathKey(name)); !value.is_null())
+                        if (const auto node = view.find("node"))
+                            m_Gltf.expressions.push_back(static_cast<int>(node->index(nodeCount(), "nodes")));
+    if (const auto lookAt = animation.find("lookAt"))
+        if (const auto node = lookAt->find("node"))
+            m_Gltf.lookAt = static_cast<int>(node->index(nodeCount(), "nodes"));
+}
+
 void GltfReader::readVrm()
 {
     const auto extensions = m_Root.find("extensions");
@@ -126,6 +141,8 @@ void GltfReader::readVrm()
         if (const auto humanoid = vrm->find("humanoid"))
             if (const auto bones = humanoid->find("humanBones"))
                 readHumanBones(*bones);
+        if (row.kind == VrmKind::Animation)
+            readVrmControls(*vrm);
         return;
     }
     const auto vrm = extensions->find("VRM");

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // A character made of nothing but bones, written as a GLB, with a solid body where it is to be seen.
+#include "gltf/GltfSkeletonWriter.h"
+
 #include "formats/GltfWriter.h"
 #include "gltf/BoneBody.h"
-#include "gltf/GlbBuilder.h"
+#include "gltf/ClipWriter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,66 +19,56 @@ constexpr std::size_t kMostBones = 65535; // what vertices can name
 
 std::string bonePlace(std::size_t index) { return "bones[" + std::to_string(index) + "]"; }
 
+void check(const std::vector<GltfBone>& bones)
+{
+    if (bones.empty())
+        refuse("bones", "are none; a character needs one at least");
+    if (bones.size() > kMostBones)
+        refuse("bones", "are " + std::to_string(bones.size()) + "; 65,535 can be written");
+    for (std::size_t i = 0; i < bones.size(); ++i) {
+        const auto& [translation, rotation, scale] = bones[i].rest;
+        bool finite = true;
+        double square = 0;
+        for (std::size_t c = 0; c < 3; ++c)
+            finite = finite && std::isfinite(translation[c]) && std::isfinite(scale[c]);
+        for (const double c : rotation)
+            square += c * c;
+        if (!finite || !(std::abs(square - 1) < 1e-3))
+            refuse(bonePlace(i) + ".rest", "is no transform; the figure is broken");
+        if (bones[i].parent < -1 || bones[i].parent >= static_cast<int>(i))
+            refuse(bonePlace(i) + ".parent",
+                   "is " + std::to_string(bones[i].parent) + "; parents must come first");
+    }
+}
+
+Json nodeOf(const GltfBone& bone)
+{
+    Json node = {{"name", bone.name}};
+    const GltfTransform none;
+    if (bone.rest.translation != none.translation)
+        node["translation"] = bone.rest.translation;
+    if (bone.rest.rotation != none.rotation)
+        node["rotation"] = bone.rest.rotation;
+    if (bone.rest.scale != none.scale)
+        node["scale"] = bone.rest.scale;
+    return node;
+}
+
 class SkeletonWriter {
 public:
     explicit SkeletonWriter(const std::vector<GltfBone>& bones) : m_Bones(bones) { }
 
     std::string write(const GltfClip& clip, const GltfSkeletonOptions& options)
     {
-        check();
-        m_Glb.json["asset"] = {{"version", "2.0"}, {"generator", "sinew"}};
-        for (const GltfBone& bone : m_Bones)
-            m_Glb.add("nodes", nodeOf(bone));
-        for (std::size_t i = 0; i < m_Bones.size(); ++i) {
-            if (m_Bones[i].parent < 0)
-                m_Roots.push_back(i);
-            else
-                m_Glb.json["nodes"][static_cast<std::size_t>(m_Bones[i].parent)]["children"].push_back(i);
-        }
+        m_Roots = addBones(m_Glb, m_Bones);
         if (options.body)
             addBody();
-        m_Glb.json["scene"] = 0;
-        m_Glb.add("scenes", {{"nodes", m_Roots}});
-        m_Glb.addClip(clip, m_Bones.size(), -1);
+        addScene(m_Glb, m_Roots);
+        addClip(m_Glb, clip, m_Bones.size());
         return m_Glb.finish();
     }
 
 private:
-    void check() const
-    {
-        if (m_Bones.empty())
-            refuse("bones", "are none; a character needs one at least");
-        if (m_Bones.size() > kMostBones)
-            refuse("bones", "are " + std::to_string(m_Bones.size()) + "; 65,535 can be written");
-        for (std::size_t i = 0; i < m_Bones.size(); ++i) {
-            const auto& [translation, rotation, scale] = m_Bones[i].rest;
-            bool finite = true;
-            double square = 0;
-            for (std::size_t c = 0; c < 3; ++c)
-                finite = finite && std::isfinite(translation[c]) && std::isfinite(scale[c]);
-            for (const double c : rotation)
-                square += c * c;
-            if (!finite || !(std::abs(square - 1) < 1e-3))
-                refuse(bonePlace(i) + ".rest", "is no transform; the figure is broken");
-            if (m_Bones[i].parent < -1 || m_Bones[i].parent >= static_cast<int>(i))
-                refuse(bonePlace(i) + ".parent",
-                       "is " + std::to_string(m_Bones[i].parent) + "; parents must come first");
-        }
-    }
-
-    static Json nodeOf(const GltfBone& bone)
-    {
-        Json node = {{"name", bone.name}};
-        const GltfTransform none;
-        if (bone.rest.translation != none.translation)
-            node["translation"] = bone.rest.translation;
-        if (bone.rest.rotation != none.rotation)
-            node["rotation"] = bone.rest.rotation;
-        if (bone.rest.scale != none.scale)
-            node["scale"] = bone.rest.scale;
-        return node;
-    }
-
     std::vector<GltfMatrix> restWorld() const
     {
         std::vector<GltfMatrix> world;
@@ -169,6 +161,28 @@ private:
 };
 
 } // namespace
+
+std::vector<std::size_t> addBones(GlbBuilder& glb, const std::vector<GltfBone>& bones)
+{
+    check(bones);
+    glb.json["asset"] = {{"version", "2.0"}, {"generator", "sinew"}};
+    for (const GltfBone& bone : bones)
+        glb.add("nodes", nodeOf(bone));
+    std::vector<std::size_t> roots;
+    for (std::size_t i = 0; i < bones.size(); ++i) {
+        if (bones[i].parent < 0)
+            roots.push_back(i);
+        else
+            glb.json["nodes"][static_cast<std::size_t>(bones[i].parent)]["children"].push_back(i);
+    }
+    return roots;
+}
+
+void addScene(GlbBuilder& glb, const std::vector<std::size_t>& roots)
+{
+    glb.json["scene"] = 0;
+    glb.add("scenes", {{"nodes", roots}});
+}
 
 GltfWriteResult writeSkeletonGlb(const std::vector<GltfBone>& bones, const GltfClip& clip,
                                  const GltfSkeletonOptions& options)

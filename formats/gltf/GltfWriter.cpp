@@ -3,7 +3,7 @@
 #include "formats/GltfWriter.h"
 
 #include "formats/Files.h"
-#include "gltf/GlbBuilder.h"
+#include "gltf/ClipWriter.h"
 
 #include <filesystem>
 
@@ -29,10 +29,9 @@ public:
     {
         joinBuffers();
         takeImagesIn();
-        if (!clip.times.empty())
-            for (const GltfNodeKeys& keys : clip.keys)
-                freeFromMatrix(keys.node);
-        m_Glb.addClip(clip, m_Gltf.nodes.size(), options.replaceAnimation);
+        for (const GltfTrack& track : clip.tracks)
+            freeFromMatrix(track.node);
+        addClip(m_Glb, clip, m_Gltf.nodes.size(), options, &m_Source);
         return m_Glb.finish(m_Source.otherChunks);
     }
 

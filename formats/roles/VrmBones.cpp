@@ -123,4 +123,31 @@ bool takeVrmBones(const std::vector<RoleJoint>& joints, HumanoidRoles& roles)
     return true;
 }
 
+std::vector<std::string> vrmBones(const HumanoidRoles& roles)
+{
+    std::vector<std::string> bones(roles.joints.size());
+    if (!roles.recognised)
+        return bones;
+    const auto name = [&](int joint, std::string bone) {
+        bones[static_cast<std::size_t>(joint)] = std::move(bone);
+    };
+    const std::vector<int> spine = roles.chain(Role::Spine);
+    if (!spine.empty())
+        name(spine.front(), "spine");
+    if (spine.size() > 1)
+        name(spine[spine.size() > 2 ? spine.size() / 2 : 1], "chest");
+    if (spine.size() > 2)
+        name(spine.back(), "upperChest");
+    for (const VrmRow& row : kRows) {
+        if (row.role == Role::Spine || row.role == Role::Face || row.bone == "ThumbIntermediate")
+            continue;
+        for (const Side side : {Side::Middle, Side::Left, Side::Right})
+            if (const int joint = roles.find(row.role, side, row.index); joint >= 0) {
+                const char* prefix = side == Side::Left ? "left" : side == Side::Right ? "right" : "";
+                name(joint, prefix + std::string(row.bone));
+            }
+    }
+    return bones;
+}
+
 } // namespace formats

@@ -10,8 +10,12 @@
 #include "refhost/SceneFileState.h"
 #include "refhost/ViewChoice.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <span>
 
 namespace refhost {
@@ -29,7 +33,7 @@ std::string extensionOf(const std::string& path)
 }
 
 constexpr const char* kImportExtensions[] = {".bvh", ".glb", ".gltf", ".vrm", ".vrma"};
-constexpr const char* kExportExtensions[] = {".bvh", ".glb"};
+constexpr const char* kExportExtensions[] = {".bvh", ".glb", ".vrm", ".vrma"};
 
 Result requireExtension(const std::string& path, std::span<const char* const> known, const char* what)
 {
@@ -138,21 +142,87 @@ Result importFile(Invocation& invocation)
 }
 
 constexpr ArgumentRow kExportArguments[] = {
-    {"file", ArgumentType::Text, true, "the BVH file to write"},
+    {"file", ArgumentType::Text, true, "the file to write: .bvh, .glb, .vrm or .vrma"},
     {"item", ArgumentType::Item, false,
      "an item of the imported hierarchy or above it, where there are several"},
+    {"rate", ArgumentType::Number, false,
+     "keys a second of what was edited or is driven; at the source's times otherwise"},
+    {"from", ArgumentType::Number, false, "seconds; where the motion begins otherwise"},
+    {"to", ArgumentType::Number, false, "seconds; where all that drives the figure ends otherwise"},
+    {"animation", ArgumentType::Integer, false,
+     "of a glTF file: which animation is replaced, counted from 0; the one that was imported otherwise"},
+    {"append", ArgumentType::Boolean, false, "of a glTF file: adds an animation and replaces none"},
 };
+
+std::string plural(std::size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+/// To the tenth of a millisecond.
+std::string seconds(double time)
+{
+    char buffer[64];
+    (void)std::snprintf(buffer, sizeof buffer, "%.4f", time);
+    std::string text = buffer;
+    text.erase(text.find_last_not_of('0') + 1);
+    return text.back() == '.' ? text.substr(0, text.size() - 1) : text;
+}
+
+void tellExport(const Invocation& invocation, const std::string& path, const MotionExport& done)
+{
+    if (invocation.printsJson()) {
+        const nlohmann::ordered_json json = {
+            {"file", path},
+            {"clip", done.clip.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(done.clip)},
+            {"from", done.from},
+            {"to", done.to},
+            {"frames", done.frameCount},
+            {"keys", done.keyCount},
+            {"joints", done.jointCount},
+            {"changed", done.changedJointCount}};
+        return invocation.print(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    }
+    std::string text = path + ": ";
+    if (!done.clip.empty())
+        text += "animation " + shown(done.clip) + ", ";
+    text += seconds(done.from) + " to " + seconds(done.to) + " seconds, ";
+    text += done.frameCount > 0 ? plural(done.frameCount, "frame") : plural(done.keyCount, "key");
+    text += " of " + plural(done.jointCount, "joint") + "; ";
+    text += done.changedJointCount == 0 ? "all as imported"
+                                        : plural(done.changedJointCount, "joint") + " changed";
+    invocation.print(text + ".");
+}
+
 Result exportFile(Invocation& invocation)
 {
-    const std::string& path = invocation.arguments().text(0);
+    const Arguments& arguments = invocation.arguments();
+    const std::string& path = arguments.text(0);
     if (Result result = requireExtension(path, kExportExtensions, "exported"); !result.ok())
         return result;
     MotionExportOptions options;
-    options.root = invocation.arguments().item(1);
+    options.root = arguments.item(1);
+    const auto number = [&](int index) {
+        return arguments.isSet(index) ? std::optional(arguments.number(index)) : std::nullopt;
+    };
+    options.rate = number(2);
+    options.from = number(3);
+    options.to = number(4);
+    if (arguments.integer(5) < 0)
+        return Result::failure("'animation' is " + std::to_string(arguments.integer(5))
+                               + ", but they are counted from 0.");
+    if (arguments.isSet(5))
+        options.animation = static_cast<std::size_t>(arguments.integer(5));
+    options.append = arguments.boolean(6);
     const ResultOf<MotionExport> exported = exportMotion(*invocation.scene(), path, options);
-    if (exported.ok() && exported.value.lossCount > 0)
+    if (!exported.ok())
+        return exported.result();
+    if (exported.value.lossCount > 0)
         invocation.host().tell(MessageLevel::Warning, path + ": " + exported.value.worstLoss);
-    return exported.result();
+    for (const std::string& note : exported.value.notes)
+        invocation.host().tell(MessageLevel::Warning, path + ": " + note);
+    tellExport(invocation, path, exported.value);
+    return {};
 }
 
 constexpr ArgumentRow kSetupArguments[] = {
@@ -198,7 +268,8 @@ constexpr CommandRow kRows[] = {
      "scene.save file:walk.sinew.json", kSaveArguments, saveScene},
     {"scene.import", CommandKind::Edit, "Adds the figure and motion of a file to the scene.",
      "scene.import file:walk.bvh", kImportArguments, importFile},
-    {"scene.export", CommandKind::Query, "Writes an imported figure's motion, as it is now, to a file.",
+    {"scene.export", CommandKind::Query,
+     "Writes an imported figure's motion, as it is now, to a file, and says what it wrote.",
      "scene.export file:solved.bvh", kExportArguments, exportFile},
     {"scene.setup", CommandKind::Edit, "Switches setup mode, in which rest poses and rigs are made.",
      "scene.setup on:true", kSetupArguments, setSetup},

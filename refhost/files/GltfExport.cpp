@@ -1,89 +1,95 @@
 // SPDX-License-Identifier: MIT
-// Samples the nodes' items over the time that the scene has keys for.
+// Tracks of what was edited or is driven; everything else comes along from the imported animation.
 #include "files/GltfExport.h"
 
+#include "files/KeyedTrack.h"
 #include "formats/GltfWriter.h"
-#include "refhost/Evaluation.h"
-#include "refhost/Host.h"
 
 #include <algorithm>
-#include <cmath>
+#include <set>
 
 namespace refhost {
 namespace {
 
-constexpr double kStep = 1.0 / 60; // seconds between the keys that are written
-constexpr std::size_t kMostFrames = 1'000'000;
+using formats::GltfInterpolation;
+using formats::GltfPath;
+using formats::GltfTrack;
 
-double lastKey(const Item& item)
+const GltfTrack* trackOf(const formats::GltfAnimation* animation, int node, GltfPath path)
 {
-    double last = 0;
-    for (const TransformKind kind : {TransformKind::Scale, TransformKind::Rotation, TransformKind::Position})
-        if (const Item* transform = item.transformItem(kind))
-            for (int i = 0; Channel* channel = transform->channel(i); ++i)
-                if (const KeyList& keys = channel->keys(Layer::Anim); !keys.empty())
-                    last = std::max(last, keys.keys().back().time);
-    return last;
+    if (animation)
+        for (const GltfTrack& track : animation->tracks)
+            if (track.node == node && track.path == path)
+                return &track;
+    return nullptr;
 }
 
-/// Local transforms from what was evaluated; of a joint that a rig moves they are what the rig made of it.
-Decomposition localAt(Scene& scene, const Item& item, double time)
+GltfTrack drivenTrack(const ExportFigure& figure, std::size_t node, GltfPath path,
+                      const std::vector<double>& times)
 {
-    Matrix34 world, above;
-    Evaluation& evaluation = Evaluation::of(scene);
-    evaluation.matrix(*item.channel("worldMatrix"), time, world);
-    if (item.parent() && item.parent()->channel("worldMatrix"))
-        evaluation.matrix(*item.parent()->channel("worldMatrix"), time, above);
-    Matrix34 back;
-    return decompose(invert(above, back) ? back * world : world);
+    GltfTrack track{static_cast<int>(node), path, GltfInterpolation::Linear, {}, {}};
+    for (std::size_t t = 0; t < times.size(); ++t) {
+        const LocalPart& part = figure.part(t, node);
+        if (path == GltfPath::Rotation)
+            formats::addKey(track, times[t], part.rotation);
+        else
+            formats::addKey(track, times[t], path == GltfPath::Translation ? part.translation : part.scale);
+    }
+    return track;
 }
 
 } // namespace
 
-ResultOf<MotionExport> exportGltf(Scene& scene, const MotionSource& source, std::string& out)
+ResultOf<std::string> exportGltf(const ExportFigure& figure, const MotionExportOptions& options,
+                                 const std::vector<double>& times, std::size_t& animation, MotionExport& done)
 {
-    using Answer = ResultOf<MotionExport>;
-    formats::GltfReadResult read = formats::readGltf(source.text);
-    if (const auto* error = std::get_if<formats::GltfError>(&read))
-        return Answer::failure("the imported file '" + source.fileName
-                               + "' that the scene keeps can't be read: " + error->place + ": "
-                               + error->reason);
-    const auto& gltf = std::get<formats::Gltf>(read);
-    MotionExport done;
-    std::vector<std::pair<int, Item*>> nodes;
-    double end = 0;
-    for (std::size_t i = 0; i < source.items.size() && i < gltf.nodes.size(); ++i) {
-        Item* item = source.items[i] ? scene.find(source.items[i]) : nullptr;
-        if (!item) {
-            ++done.missingJointCount;
-            continue;
-        }
-        nodes.emplace_back(static_cast<int>(i), item);
-        end = std::max(end, lastKey(*item));
-    }
-    const double count = std::ceil(end / kStep - 1e-6) + 1;
-    if (!(count <= static_cast<double>(kMostFrames)))
-        return Answer::failure("the last key stands at " + std::to_string(end)
-                               + " seconds, too late to be written frame by frame; remove it");
-    formats::GltfClip clip{"scene", {}, {}};
-    for (const auto& [node, item] : nodes)
-        clip.keys.push_back({node, {}, {}, {}});
-    done.frameCount = static_cast<std::size_t>(count);
-    for (std::size_t frame = 0; frame < done.frameCount; ++frame) {
-        clip.times.push_back(static_cast<double>(frame) * kStep);
-        for (std::size_t i = 0; i < nodes.size(); ++i) {
-            const Decomposition local = localAt(scene, *nodes[i].second, clip.times.back());
-            clip.keys[i].translations.push_back(local.position);
-            clip.keys[i].rotations.push_back(quaternionFromMatrix(local.rotation));
-            clip.keys[i].scales.push_back(local.scale);
+    using Answer = ResultOf<std::string>;
+    const formats::Gltf& gltf = figure.gltf();
+    const std::size_t count = gltf.animations.size(), imported = figure.source().animation;
+    const std::size_t chosen = options.animation.value_or(imported);
+    if (options.animation && chosen >= count)
+        return Answer::failure("there is no animation " + std::to_string(chosen) + " to replace; '"
+                               + figure.source().fileName + "' has " + std::to_string(count)
+                               + ", counted from 0");
+    const formats::GltfAnimation* base = imported < count ? &gltf.animations[imported] : nullptr;
+    const bool adds = options.append || chosen >= count;
+    animation = adds ? count : chosen;
+    formats::GltfClip clip{
+        formats::freeClipName(gltf, base && !base->name.empty() ? base->name : options.name), {}, {}};
+    const bool resamples = options.rate.has_value();
+    for (std::size_t i = 0; i < figure.joints().size(); ++i) {
+        const ExportJoint& joint = figure.joints()[i];
+        for (const GltfPath path : {GltfPath::Translation, GltfPath::Rotation, GltfPath::Scale}) {
+            const PropertyState state = joint.states[static_cast<std::size_t>(path)];
+            const int node = static_cast<int>(i);
+            if (state == PropertyState::Driven)
+                clip.tracks.push_back(drivenTrack(figure, i, path, times));
+            else if (state == PropertyState::Keyed)
+                clip.tracks.push_back(keyedTrack(joint, node, path, trackOf(base, node, path),
+                                                 resamples ? times : std::vector<double>{}, times.front()));
         }
     }
-    formats::GltfWriteResult written =
-        formats::writeGlb(gltf, clip, {.replaceAnimation = gltf.animations.empty() ? -1 : 0});
-    if (const auto* error = std::get_if<formats::GltfError>(&written))
-        return Answer::failure(error->place + ": " + error->reason);
-    out = std::get<std::string>(std::move(written));
-    return {std::move(done), {}};
+    for (const formats::GltfNote& note : formats::fitClip(gltf, clip))
+        done.notes.push_back(note.text);
+    std::set<int> changed;
+    for (const GltfTrack& track : clip.tracks)
+        changed.insert(track.node);
+    for (const formats::GltfProperty& property : clip.still)
+        changed.insert(property.node);
+    done.changedJointCount = changed.size();
+    std::string bytes = figure.source().text;
+    const bool cuts = options.from || options.to;
+    if (!changed.empty() || cuts || (base && animation != imported)) {
+        formats::GltfWriteOptions how{
+            base ? static_cast<int>(imported) : -1, adds ? -1 : static_cast<int>(chosen), {}};
+        if (cuts)
+            how.span = formats::GltfSpan{options.from.value_or(0), options.to.value_or(kMaximumTimeSeconds)};
+        formats::GltfWriteResult written = formats::writeGlb(gltf, clip, how);
+        if (const auto* error = std::get_if<formats::GltfError>(&written))
+            return Answer::failure(error->place + ": " + error->reason);
+        bytes = std::get<std::string>(std::move(written));
+    }
+    return {std::move(bytes), {}};
 }
 
 } // namespace refhost

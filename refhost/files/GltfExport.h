@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
-// The evaluated motion of an imported glTF file back into it.
+// The scene's motion of an imported glTF file back into it.
 #pragma once
 
-#include "refhost/MotionImport.h"
+#include "files/ExportFigure.h"
+#include "files/ExportTimes.h"
+
+#include <string>
 
 namespace refhost {
 
-/// The file's bytes with the scene's motion in the place of its first animation.
-ResultOf<MotionExport> exportGltf(Scene& scene, const MotionSource& source, std::string& out);
+/// The figure has been evaluated at `times`. Counts what changed and appends notes; `animation` becomes the
+/// index of the clip.
+ResultOf<std::string> exportGltf(const ExportFigure& figure, const MotionExportOptions& options,
+                                 const std::vector<double>& times, std::size_t& animation,
+                                 MotionExport& done);
 
 } // namespace refhost

@@ -39,6 +39,10 @@ public:
     {
         if (m_Gltf.nodes.empty())
             throw ImportFault{"the file has no nodes"};
+        if (const std::size_t count = m_Gltf.animations.size();
+            m_Options.motion && m_Options.animation > 0 && m_Options.animation >= count)
+            throw ImportFault{"there is no animation " + std::to_string(m_Options.animation)
+                              + "; the file has " + std::to_string(count) + ", counted from 0"};
         checkLevels();
         m_Out.items.resize(m_Gltf.nodes.size());
         for (const int index : m_Gltf.order)
@@ -48,7 +52,8 @@ public:
         for (const formats::GltfNote& note : m_Gltf.notes)
             m_Out.warnings.push_back(note.place.empty() ? note.text : note.place + ": " + note.text);
         nameBones();
-        importMeshes(m_Scene, m_Gltf, m_Out.items);
+        if (m_Options.meshes)
+            importMeshes(m_Scene, m_Gltf, m_Out.items);
         return std::move(m_Out);
     }
 
@@ -151,16 +156,10 @@ private:
         }
     }
 
-    RotationCurve curveOf(const formats::GltfTrack& track) const
+    static RotationCurve curveOf(const formats::GltfTrack& track)
     {
-        // A file of its own with this one track: sampling goes the reader's way, to the last detail.
-        formats::Gltf one;
-        one.nodes.resize(1);
-        one.animations.resize(1);
-        one.animations[0].tracks = {track};
-        one.animations[0].tracks[0].node = 0;
         return rotationCurve(
-            track.times, [&](double time) { return formats::sampleAnimation(one, 0, time)[0].rotation; },
+            track.times, [&](double time) { return formats::sampleTrack(track, time); },
             track.interpolation == formats::GltfInterpolation::Step);
     }
 

@@ -10,4 +10,7 @@ namespace refhost {
 /// Makes a locator of every node inside the open step; throws ImportFault.
 MotionImport importGltf(Scene& scene, const formats::Gltf& gltf, const MotionImportOptions& options);
 
+/// The reader's word for it.
+formats::OffsetRule offsetRule(OffsetReading reading);
+
 } // namespace refhost

@@ -1,148 +1,199 @@
 // SPDX-License-Identifier: MIT
-// The evaluated motion of an imported hierarchy back into the channels of its file.
+// Finds the imported figure that is to be written, when it moves, and the format to write it in.
+#include "files/BvhExport.h"
+#include "files/ExportFigure.h"
+#include "files/ExportTimes.h"
 #include "files/GltfExport.h"
-#include "formats/Bvh.h"
-#include "refhost/Evaluation.h"
-#include "refhost/Host.h"
+#include "formats/Files.h"
+#include "formats/MotionFormat.h"
 #include "refhost/MotionImport.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <optional>
+#include <filesystem>
 #include <utility>
-#include <variant>
 
 namespace refhost {
 namespace {
 
-constexpr formats::OffsetRule kRules[] = {formats::OffsetRule::Guess, formats::OffsetRule::Replace,
-                                          formats::OffsetRule::Add};
+using formats::MotionFormat;
 
-struct Found {
-    const MotionSource* source = nullptr;
-    Item* root = nullptr;
-};
+constexpr double kMostFrames = 1'000'000;
+constexpr double kLowestRate = 0.01, kHighestRate = 1000; // frames a second
+constexpr double kUsualStep = 1.0 / 30; // seconds, of motions that say nothing about it
+constexpr double kRounding = 1e-6; // of a frame
 
-/// Whether the item and the imported hierarchy have to do with each other.
-bool belongs(const Item& item, const Found& found)
+std::string secondsText(double seconds)
 {
-    return &item == found.root || found.root->isBelow(item)
-        || std::find(found.source->items.begin(), found.source->items.end(), item.id())
-        != found.source->items.end();
+    std::string text = std::to_string(seconds);
+    text.erase(text.find_last_not_of('0') + 1);
+    return text.back() == '.' ? text + "0" : text;
 }
 
-ResultOf<Found> findSource(const Scene& scene, const Item* root)
+/// Whether the item and the imported hierarchy have to do with each other.
+bool belongs(const Item& item, const MotionSource& source, const Item& root)
 {
-    using Answer = ResultOf<Found>;
+    return &item == &root || root.isBelow(item)
+        || std::find(source.items.begin(), source.items.end(), item.id()) != source.items.end();
+}
+
+ResultOf<const MotionSource*> findSource(const Scene& scene, const Item* root)
+{
+    using Answer = ResultOf<const MotionSource*>;
+    const Item* found = nullptr;
     Answer answer;
-    for (Item* item : scene.items()) {
-        const auto data = item->data().find(kMotionSourceKind);
-        const Found found{dynamic_cast<const MotionSource*>(data.get()), item};
-        if (!found.source || (root && !belongs(*root, found)))
+    for (const Item* item : scene.items()) {
+        const MotionSource* source = motionSourceOf(*item);
+        if (!source || (root && !belongs(*root, *source, *item)))
             continue;
-        if (answer.value.source)
-            return Answer::failure("'" + answer.value.root->label() + "' and '" + item->label()
+        if (found)
+            return Answer::failure("'" + found->label() + "' and '" + item->label()
                                    + "' both come from motion files; say which root is to be exported.");
-        answer.value = found;
+        found = item;
+        answer.value = source;
     }
-    if (!answer.value.source)
+    if (!found)
         return Answer::failure(
             root ? "'" + root->label() + "' has nothing to do with an imported motion file."
                  : "The scene has no imported motion file to write into; import one first.");
     return answer;
 }
 
-class Exporter {
+Result checkOptions(const MotionExportOptions& options)
+{
+    if (options.rate && !(*options.rate >= kLowestRate && *options.rate <= kHighestRate))
+        return Result::failure("'rate' is frames a second, from 0.01 to 1000.");
+    for (const std::optional<double>& time : {options.from, options.to})
+        if (time && !(*time >= 0 && *time <= kMaximumTimeSeconds))
+            return Result::failure("'from' and 'to' are seconds, from 0 on.");
+    if (options.from && options.to && *options.from > *options.to)
+        return Result::failure("'from' lies behind 'to'.");
+    if (options.append && options.animation)
+        return Result::failure(
+            "'animation' names the clip that is replaced, and 'append' adds one; give one of the two.");
+    return {};
+}
+
+class Export {
 public:
-    Exporter(Scene& scene, const MotionSource& source, formats::BvhMotion& motion)
-        : m_Evaluation(Evaluation::of(scene)),
-          m_Motion(motion),
-          m_Original(motion),
-          m_Joints(motion.joints.size())
+    Export(Scene& scene, const MotionSource& source, ExportFigure& figure, const MotionExportOptions& options)
+        : m_Scene(scene), m_Source(source), m_Figure(figure), m_Options(options)
     {
-        for (std::size_t i = 0; i < m_Joints.size(); ++i) {
-            Item* item = i < source.items.size() && source.items[i] ? scene.find(source.items[i]) : nullptr;
-            if (item) {
-                m_Joints[i].position = item->channel("wposMatrix");
-                m_Joints[i].rotation = item->channel("wrotMatrix");
-            }
-            m_Out.missingJointCount += !m_Joints[i].isThere() && !motion.joints[i].endSite;
-        }
     }
 
-    MotionExport run()
+    ResultOf<std::string> run(MotionFormat format)
     {
-        m_Out.frameCount = m_Motion.frameCount;
-        for (std::size_t frame = 0; frame < m_Motion.frameCount; ++frame) {
-            const std::vector<formats::PoseLoss> losses =
-                formats::setLocalPose(m_Motion, frame, localPose(frame));
-            m_Out.lossCount += losses.size();
-            for (const formats::PoseLoss& loss : losses)
-                keepWorst(frame, loss);
+        using Answer = ResultOf<std::string>;
+        if (const std::string fault = formats::formatFault(
+                format, m_Source.gltf, m_Source.gltf ? m_Figure.gltf().vrm : formats::VrmKind::None);
+            !fault.empty())
+            return Answer::failure(fault);
+        m_Done.missingJointCount = m_Figure.missingCount();
+        // Whatever the figure is linked with drives it or is driven by it: that shows in its pose.
+        if (Result placed = placeFrames(true); !placed.ok())
+            return Answer::failure(std::move(placed.message));
+        m_Figure.evaluate(m_Times);
+        if (!has(PropertyState::Driven)) {
+            const std::vector<double> before = m_Times;
+            if (Result placed = placeFrames(false); !placed.ok())
+                return Answer::failure(std::move(placed.message));
+            if (m_Times != before)
+                m_Figure.evaluate(m_Times);
         }
-        return std::move(m_Out);
+        return m_Source.gltf ? gltf(format) : bvh(format);
     }
+
+    MotionExport takeDone() { return std::move(m_Done); }
 
 private:
-    struct Joint {
-        Channel* position = nullptr;
-        Channel* rotation = nullptr;
-
-        bool isThere() const { return position && rotation; }
-    };
-
-    std::vector<formats::LocalPose> localPose(std::size_t frame)
+    bool has(PropertyState state) const
     {
-        const double time = static_cast<double>(frame) * m_Motion.frameTime;
-        std::vector<formats::LocalPose> pose = formats::localPose(m_Original, frame);
-        std::vector<Matrix34> world(pose.size());
-        for (std::size_t i = 0; i < pose.size(); ++i) {
-            const int parent = m_Motion.joints[i].parent;
-            const Matrix34 above = parent < 0 ? Matrix34{} : world[static_cast<std::size_t>(parent)];
-            const std::optional<Matrix34> found = evaluated(m_Joints[i], time);
-            if (!found) {
-                world[i] = above * Matrix34{matrixFromQuaternion(pose[i].rotation), pose[i].translation};
-                continue;
-            }
-            world[i] = *found;
-            const Matrix33 back = transposed(above.linear);
-            const Vector3 step = {world[i].offset[0] - above.offset[0], world[i].offset[1] - above.offset[1],
-                                  world[i].offset[2] - above.offset[2]};
-            pose[i].translation = back * step;
-            pose[i].rotation = quaternionFromMatrix(back * world[i].linear);
+        return std::any_of(m_Figure.joints().begin(), m_Figure.joints().end(), [&](const ExportJoint& joint) {
+            return std::find(joint.states.begin(), joint.states.end(), state) != joint.states.end();
+        });
+    }
+
+    /// The times at which the figure is evaluated: of a BVH file those of its frames.
+    Result placeFrames(bool withLinks)
+    {
+        ExportTimes times = exportTimes(m_Scene, m_Source, withLinks);
+        times.from = m_Options.from.value_or(m_Options.to ? std::min(times.from, *m_Options.to) : times.from);
+        times.to = std::max(times.from, m_Options.to.value_or(times.to));
+        m_Step = m_Options.rate      ? 1 / *m_Options.rate
+            : times.frameSeconds > 0 ? times.frameSeconds
+                                     : kUsualStep;
+        if ((times.to - times.from) / m_Step >= kMostFrames)
+            return Result::failure("From the first key, at " + secondsText(times.from)
+                                   + " seconds, to the last, at " + secondsText(times.to)
+                                   + ", the motion has more than 1,000,000 frames; say what of it is wanted "
+                                     "with 'from', 'to' and 'rate'.");
+        m_Times.clear();
+        if (m_Source.gltf) {
+            m_Times = times.within(m_Options.rate);
+            return {};
         }
-        return pose;
+        const double first = m_Options.from ? 0 : std::floor(times.from / m_Step + kRounding);
+        const double start = m_Options.from.value_or(first * m_Step);
+        const double steps = (times.to - start) / m_Step;
+        const double count = m_Options.to ? std::floor(steps + kRounding) : std::ceil(steps - kRounding);
+        for (double i = 0; i <= count; ++i)
+            m_Times.push_back(m_Options.from ? start + i * m_Step : (first + i) * m_Step);
+        return {};
     }
 
-    std::optional<Matrix34> evaluated(const Joint& joint, double time)
+    ResultOf<std::string> gltf(MotionFormat format)
     {
-        Matrix34 position, rotation;
-        if (!joint.isThere() || !m_Evaluation.matrix(*joint.position, time, position)
-            || !m_Evaluation.matrix(*joint.rotation, time, rotation))
-            return std::nullopt;
-        return Matrix34{rotation.linear, position.offset};
+        std::size_t animation = 0;
+        ResultOf<std::string> glb = exportGltf(m_Figure, m_Options, m_Times, animation, m_Done);
+        if (!glb.ok())
+            return glb;
+        return finish(formats::writeMotion(std::move(glb.value), format, animation, m_Step),
+                      format == MotionFormat::Vrma && m_Figure.gltf().vrm != formats::VrmKind::Animation
+                          ? 0
+                          : animation);
     }
 
-    void keepWorst(std::size_t frame, const formats::PoseLoss& loss)
+    ResultOf<std::string> bvh(MotionFormat format)
     {
-        // Degrees and lengths do not compare; a loss in both ways is rare enough to go by either.
-        if (loss.rotationDegrees <= m_WorstDegrees && loss.translation <= m_WorstLength)
-            return;
-        m_WorstDegrees = std::max(m_WorstDegrees, loss.rotationDegrees);
-        m_WorstLength = std::max(m_WorstLength, loss.translation);
-        m_Out.worstLoss = "frame " + std::to_string(frame + 1) + ", joint '"
-            + m_Motion.joints[loss.joint].name + "': its channels miss the pose by "
-            + std::to_string(loss.rotationDegrees) + " degrees and " + std::to_string(loss.translation)
-            + " units";
+        const bool asked = m_Options.rate || m_Options.from || m_Options.to;
+        for (const ExportJoint& joint : m_Figure.joints())
+            m_Done.changedJointCount += !joint.kept();
+        if (format == MotionFormat::Bvh && m_Done.changedJointCount == 0 && !asked)
+            return finish(m_Source.text, 0);
+        const BvhExport made = exportBvh(m_Figure, m_Times, m_Step, format != MotionFormat::Bvh, m_Done);
+        return finish(formats::writeMotion(made.motion, format, m_Options.name, made.options), 0);
     }
 
-    Evaluation& m_Evaluation;
-    formats::BvhMotion& m_Motion;
-    const formats::BvhMotion m_Original; // for joints that are gone
-    std::vector<Joint> m_Joints;
-    MotionExport m_Out;
-    double m_WorstDegrees = 0, m_WorstLength = 0;
+    /// Reads what will be written: it has to be readable, and the user is told what is in it.
+    ResultOf<std::string> finish(formats::MotionBytes bytes, std::size_t animation)
+    {
+        using Answer = ResultOf<std::string>;
+        const auto refusal = [](const formats::GltfError& error) {
+            return Answer::failure(error.place.empty() ? error.reason : error.place + ": " + error.reason);
+        };
+        if (const auto* error = std::get_if<formats::GltfError>(&bytes))
+            return refusal(*error);
+        std::string text = std::get<std::string>(std::move(bytes));
+        const auto facts = formats::motionFacts(text, animation);
+        if (const auto* error = std::get_if<formats::GltfError>(&facts))
+            return refusal(*error);
+        const auto& found = std::get<formats::MotionFacts>(facts);
+        m_Done.clip = found.clip;
+        m_Done.from = found.from;
+        m_Done.to = found.to;
+        m_Done.frameCount = found.frames;
+        m_Done.keyCount = found.keys;
+        m_Done.jointCount = found.joints;
+        return {std::move(text), {}};
+    }
+
+    Scene& m_Scene;
+    const MotionSource& m_Source;
+    ExportFigure& m_Figure;
+    const MotionExportOptions& m_Options;
+    std::vector<double> m_Times;
+    double m_Step = kUsualStep; // seconds
+    MotionExport m_Done;
 };
 
 } // namespace
@@ -150,36 +201,44 @@ private:
 ResultOf<MotionExport> exportMotionText(Scene& scene, std::string& out, const MotionExportOptions& options)
 {
     using Answer = ResultOf<MotionExport>;
-    const ResultOf<Found> found = findSource(scene, options.root);
-    if (!found.ok())
-        return Answer::failure(found.message);
-    const MotionSource& source = *found.value.source;
-    if (source.gltf)
-        return exportGltf(scene, source, out);
-    formats::BvhReadResult read =
-        formats::readBvh(source.text, formats::BvhReadOptions{kRules[static_cast<int>(source.offsets)]});
-    if (const auto* error = std::get_if<formats::BvhError>(&read))
-        return Answer::failure("the imported file '" + source.fileName
-                               + "' that the scene keeps can't be read: line " + std::to_string(error->line)
-                               + ": " + error->reason);
-    auto& motion = std::get<formats::BvhMotion>(read);
-    MotionExport done = Exporter(scene, source, motion).run();
-    out = formats::writeBvh(motion);
-    return {std::move(done), {}};
+    if (scene.evaluatedLayer() == Layer::Setup)
+        return Answer::failure("The scene is in setup mode, which shows the rest pose; leave it first with "
+                               "scene.setup on:false.");
+    if (Result right = checkOptions(options); !right.ok())
+        return Answer::failure(std::move(right.message));
+    const ResultOf<const MotionSource*> source = findSource(scene, options.root);
+    if (!source.ok())
+        return Answer::failure(source.message);
+    const std::string own = source.value->gltf ? ".glb" : ".bvh";
+    const std::optional<MotionFormat> format =
+        formats::motionFormat(options.ending.empty() ? own : options.ending);
+    if (!format)
+        return Answer::failure("a motion is written as .bvh, .glb, .vrm or .vrma");
+    ResultOf<std::unique_ptr<ExportFigure>> figure = ExportFigure::open(scene, *source.value);
+    if (!figure.ok())
+        return Answer::failure(std::move(figure.message));
+    Export made(scene, *source.value, *figure.value, options);
+    ResultOf<std::string> bytes = made.run(*format);
+    if (!bytes.ok())
+        return Answer::failure(std::move(bytes.message));
+    out = std::move(bytes.value);
+    return {made.takeDone(), {}};
 }
 
 ResultOf<MotionExport> exportMotion(Scene& scene, const std::string& path, const MotionExportOptions& options)
 {
-    const ResultOf<Found> found = findSource(scene, options.root);
-    if (found.ok() && found.value.source->gltf != path.ends_with(".glb"))
-        return ResultOf<MotionExport>::failure(
-            "'" + found.value.source->fileName
-            + "' was imported, so the motion goes into a file that ends in "
-            + (found.value.source->gltf ? ".glb." : ".bvh."));
+    MotionExportOptions asked = options;
+    const std::filesystem::path file(path);
+    if (asked.ending.empty())
+        asked.ending = file.extension().string();
+    if (asked.name.empty())
+        asked.name = file.stem().string();
     std::string text;
-    ResultOf<MotionExport> answer = exportMotionText(scene, text, options);
-    if (!answer.ok())
+    ResultOf<MotionExport> answer = exportMotionText(scene, text, asked);
+    if (!answer.ok()) {
+        answer.message = path + ": " + answer.message;
         return answer;
+    }
     if (const auto failure = formats::writeFileAtomically(path, text))
         return ResultOf<MotionExport>::failure(*failure);
     return answer;

@@ -23,8 +23,6 @@
 namespace refhost {
 namespace {
 
-constexpr formats::OffsetRule kRules[] = {formats::OffsetRule::Guess, formats::OffsetRule::Replace,
-                                          formats::OffsetRule::Add};
 constexpr double kRadians = std::numbers::pi / 180;
 
 std::string lineText(std::size_t line, const std::string& text)
@@ -259,12 +257,20 @@ ResultOf<MotionImport> importGltfFile(Scene& scene, std::string_view bytes, cons
         source.fileName = std::filesystem::path(path).filename().string();
         source.text = std::get<std::string>(std::move(whole));
         source.gltf = true;
+        source.animation = options.animation;
         keepSource(scene, done, std::move(source));
         return done;
     });
 }
 
 } // namespace
+
+formats::OffsetRule offsetRule(OffsetReading reading)
+{
+    constexpr formats::OffsetRule kRules[] = {formats::OffsetRule::Guess, formats::OffsetRule::Replace,
+                                              formats::OffsetRule::Add};
+    return kRules[static_cast<int>(reading)];
+}
 
 ResultOf<MotionImport> importMotion(Scene& scene, const std::string& path, const MotionImportOptions& options)
 {
@@ -298,8 +304,7 @@ ResultOf<MotionImport> importMotionText(Scene& scene, std::string_view text, con
     using Answer = ResultOf<MotionImport>;
     if (Result allowed = scene.journal().allowsEdit(); !allowed.ok())
         return Answer::failure(std::move(allowed.message));
-    const formats::BvhReadResult result =
-        formats::readBvh(text, formats::BvhReadOptions{kRules[static_cast<int>(options.offsets)]});
+    const formats::BvhReadResult result = formats::readBvh(text, {offsetRule(options.offsets)});
     if (const auto* error = std::get_if<formats::BvhError>(&result))
         return Answer::failure(lineText(error->line, error->reason));
     return importInStep(scene, fileName, [&] {

@@ -13,6 +13,7 @@ constexpr const char* kNameFact = "file";
 constexpr const char* kFormatFact = "format";
 constexpr const char* kOffsetsFact = "offsets";
 constexpr const char* kItemsFact = "items";
+constexpr const char* kAnimationFact = "animation"; // not there for the first one
 constexpr const char* kBvhFormat = "bvh";
 constexpr const char* kGlbFormat = "glb";
 
@@ -43,11 +44,14 @@ bool readIds(std::string_view text, std::vector<ItemId>& out)
 StoredData write(const DocumentData& data)
 {
     const auto& source = static_cast<const MotionSource&>(data);
-    return {{{kNameFact, source.fileName},
-             {kFormatFact, source.gltf ? kGlbFormat : kBvhFormat},
-             {kOffsetsFact, kOffsetReadingNames[static_cast<int>(source.offsets)]},
-             {kItemsFact, joined(source.items)}},
-            source.text};
+    StoredData stored{{{kNameFact, source.fileName},
+                       {kFormatFact, source.gltf ? kGlbFormat : kBvhFormat},
+                       {kOffsetsFact, kOffsetReadingNames[static_cast<int>(source.offsets)]},
+                       {kItemsFact, joined(source.items)}},
+                      source.text};
+    if (source.animation > 0)
+        stored.facts.emplace_back(kAnimationFact, std::to_string(source.animation));
+    return stored;
 }
 
 ResultOf<std::shared_ptr<const DocumentData>> read(const StoredData& stored)
@@ -71,6 +75,10 @@ ResultOf<std::shared_ptr<const DocumentData>> read(const StoredData& stored)
         } else if (fact == kItemsFact) {
             if (!readIds(text, source->items))
                 return Answer::failure("'items' needs identifiers with a space between them");
+        } else if (fact == kAnimationFact) {
+            const auto parsed = std::from_chars(text.data(), text.data() + text.size(), source->animation);
+            if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size())
+                return Answer::failure("'animation' needs a whole number from 0");
         } else {
             return Answer::failure("there is no such key as '" + fact + "' here");
         }
@@ -83,7 +91,7 @@ ResultOf<std::shared_ptr<const DocumentData>> read(const StoredData& stored)
 std::string MotionSource::digest() const
 {
     return fileName + (gltf ? "|glb|" : "|") + kOffsetReadingNames[static_cast<int>(offsets)] + '|'
-        + joined(items) + '|' + std::to_string(text.size()) + '|'
+        + joined(items) + '|' + std::to_string(animation) + '|' + std::to_string(text.size()) + '|'
         + std::to_string(std::hash<std::string>()(text));
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // `sinew retarget` from end to end; what it promises is measured on the files alone, without the scene.
+#include "../formats/GltfComparison.h"
 #include "../formats/RoleTables.h"
 #include "ProgramRun.h"
+#include "formats/FigureMotion.h"
 #include "formats/Gltf.h"
 #include "formats/RoleJoints.h"
 
@@ -59,7 +61,7 @@ std::string swinging(const formats::RoleTable& table)
             for (const double ahead : {0.0, 1.1, 2.3})
                 motion.values.push_back(role == Role::None ? 0 : swing * std::sin(phase + ahead));
         }
-    return formats::writeBvh(motion);
+    return std::get<std::string>(formats::writeBvh(motion));
 }
 
 /// World positions of a file's joints in one frame, seen along the figure's own axes.
@@ -259,6 +261,45 @@ TEST(Retarget, ABvhTargetCanBeWrittenAsGlbWithABody)
                     << expected.joints[i].name << ", frame " << frame;
     }
     EXPECT_EQ(retarget(sinew, {source, target, "-o", "out.bvh", "--body"}).code, 2);
+}
+
+/// The files' nodes hold a frame of the motion, as exporters leave them; the bind matrices say how it rests.
+TEST(Retarget, ASourceThatIsSavedInAPoseMovesAsOneAtRest)
+{
+    const ProgramRun sinew;
+    const formats::BvhMotion motion =
+        std::get<formats::BvhMotion>(formats::readBvh(swinging(tableNamed("mixamo"))));
+    const std::string glb =
+        std::get<std::string>(formats::figureGlb(formats::figureMotion(motion), {.body = true}));
+    const formats::Gltf gltf = formats::mustReadGltf(formats::readGltf(glb));
+    formats::TestJson document = formats::documentOf(glb);
+    const formats::GltfPose pose = formats::sampleAnimation(gltf, 0, 0.25);
+    for (const formats::GltfTrack& track : gltf.animations[0].tracks) {
+        const auto node = static_cast<std::size_t>(track.node);
+        if (track.path == formats::GltfPath::Rotation)
+            document["nodes"][node]["rotation"] = pose[node].rotation;
+        if (gltf.nodes[node].name.ends_with("Arm")) // the width of a hair
+            document["nodes"][node]["translation"][1] = pose[node].translation[1] + 1e-6;
+    }
+    formats::SmallGltf posed;
+    posed.bytes = formats::binaryChunk(glb);
+    sinew.write("rest.glb", glb);
+    sinew.write("posed.glb", posed.glb(document.dump()));
+    sinew.write("target.glb", formats::Human("").file.glb()); // which has no collar bones
+    formats::Gltf out[2];
+    for (const int i : {0, 1}) {
+        const ProgramResult result =
+            retarget(sinew, {i == 0 ? "rest.glb" : "posed.glb", "target.glb", "-o", "out.glb"});
+        ASSERT_EQ(result.code, 0) << result.err;
+        out[i] = formats::mustReadGltf(formats::readGltf(sinew.read("out.glb")));
+    }
+    for (const double time : {0.0, 0.2, 0.5}) {
+        const auto a = formats::worldMatrices(out[0], formats::sampleAnimation(out[0], 0, time));
+        const auto b = formats::worldMatrices(out[1], formats::sampleAnimation(out[1], 0, time));
+        for (std::size_t node = 0; node < a.size(); ++node)
+            for (std::size_t c = 12; c < 15; ++c)
+                EXPECT_NEAR(a[node][c], b[node][c], 2e-3) << out[0].nodes[node].name << " at " << time;
+    }
 }
 
 TEST(Retarget, AWrittenMapCanBeEditedAndGivesTheSameMotion)

@@ -67,6 +67,16 @@ inline BvhMotion mustRead(const std::string& text, OffsetRule rule = OffsetRule:
     return std::get<BvhMotion>(std::move(result));
 }
 
+inline std::string mustWrite(const BvhMotion& motion, const BvhWriteOptions& options = {})
+{
+    BvhWriteResult result = writeBvh(motion, options);
+    if (const auto* error = std::get_if<BvhError>(&result)) {
+        ADD_FAILURE() << error->reason;
+        return {};
+    }
+    return std::get<std::string>(std::move(result));
+}
+
 inline std::vector<WorldPose> worldAt(const BvhMotion& motion, std::size_t frame)
 {
     return worldPose(motion, localPose(motion, frame));

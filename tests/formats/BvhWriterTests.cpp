@@ -15,13 +15,13 @@ namespace fs = std::filesystem;
 TEST(BvhWriter, keepsTextsUntilTheirNumbersChange)
 {
     BvhMotion motion = mustRead(changed("End Site", "End Site tip"));
-    std::string text = writeBvh(motion);
+    std::string text = mustWrite(motion);
     for (const char* kept : {"OFFSET 0 10.50 0\n", "Frame Time: 0.0400\n", "End Site tip\n",
                              "CHANNELS 3 Yrotation Zrotation Xrotation\n"})
         EXPECT_NE(text.find(kept), std::string::npos) << kept;
     motion.joints[1].offset[1] = 11;
     motion.frameTime = 0.05;
-    text = writeBvh(motion);
+    text = mustWrite(motion);
     EXPECT_NE(text.find("OFFSET 0 11 0\n"), std::string::npos);
     EXPECT_NE(text.find("Frame Time: 0.05\n"), std::string::npos);
 }
@@ -55,7 +55,7 @@ TEST(BvhWriter, posesComeBackWithinAMillionthOfTheHeightForFiguresOfAnySize)
             // In the first frame all errors of rounding to six decimals would point the same way.
             for (std::size_t i = 0; i < motion.channelCount; ++i)
                 motion.values[i] = i % 4 == 0 ? 0 : 4.9e-7;
-            const BvhMotion again = mustRead(writeBvh(motion), OffsetRule::Add);
+            const BvhMotion again = mustRead(mustWrite(motion), OffsetRule::Add);
             EXPECT_EQ(again.frameTime, motion.frameTime);
             for (std::size_t frame = 0; frame < 5; ++frame)
                 EXPECT_LT(largestGap(worldAt(again, frame), worldAt(motion, frame)),
@@ -84,7 +84,7 @@ TEST(BvhWriter, handMadeMotionsAreWrittenSoThatTheyReadAgain)
     motion.frameTime = 0.02;
     motion.frameCount = 3;
     motion.values = {1, 2, 3, 4, 5, -1e-9, 1e11, -0.5, NAN, 1.0000004}; // the third frame is not there
-    const BvhMotion again = mustRead(writeBvh(motion));
+    const BvhMotion again = mustRead(mustWrite(motion));
     std::vector<std::string> names;
     for (const BvhJoint& joint : again.joints)
         names.push_back(joint.name);
@@ -92,7 +92,7 @@ TEST(BvhWriter, handMadeMotionsAreWrittenSoThatTheyReadAgain)
     EXPECT_EQ(again.joints[4].parent, -1);
     ASSERT_EQ(again.frameCount, 2u);
     EXPECT_EQ(again.values, (std::vector<double>{1, 2, 4, 3, 5, 0, 1e11, 0, -0.5, 1}));
-    EXPECT_EQ(mustRead(writeBvh(mustRead(chainOf(1024)))).joints.size(), 1024u) << "depth needs no stack";
+    EXPECT_EQ(mustRead(mustWrite(mustRead(chainOf(1024)))).joints.size(), 1024u) << "depth needs no stack";
 }
 
 /// Counts the entries of a folder, so that left-over temporary files show.

@@ -1,45 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Written files: the motion is there, all else is as it was, and the Khronos validator has nothing to add.
-#include "GltfTesting.h"
-#include "formats/Files.h"
+#include "GltfComparison.h"
 #include "formats/GltfWriter.h"
-
-#include <cstdio>
-#include <memory>
-#include <set>
 
 namespace formats {
 namespace {
 
 namespace fs = std::filesystem;
-
-const fs::path kTools = SINEW_NODE_TOOLS;
-
-bool validatorIsThere()
-{
-    return fs::exists(kTools / "node_modules" / "gltf-validator")
-        && std::system("node --version > /dev/null 2>&1") == 0;
-}
-
-/// Errors and warnings of the validator for each file, as texts.
-std::vector<std::multiset<std::string>> issuesOf(const std::vector<std::string>& files)
-{
-    std::string command = "node '" SINEW_TEST_TOOLS "/ValidateGltf.js' '" + kTools.string() + "'";
-    for (const std::string& file : files)
-        command += " '" + file + "'";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::string text;
-    char buffer[4096];
-    while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe.get()))
-        text.append(buffer, got);
-    const TestJson found = TestJson::parse(text, nullptr, false);
-    EXPECT_EQ(found.size(), files.size()) << text;
-    std::vector<std::multiset<std::string>> issues(files.size());
-    for (std::size_t i = 0; i < std::min(files.size(), found.size()); ++i)
-        for (const TestJson& issue : found[i])
-            issues[i].insert(issue.get<std::string>());
-    return issues;
-}
 
 std::string written(GltfWriteResult result)
 {
@@ -59,57 +26,60 @@ std::string save(const std::string& name, const std::string& bytes)
     return path;
 }
 
-TestJson documentOf(const std::string& bytes)
-{
-    if (!bytes.starts_with("glTF"))
-        return TestJson::parse(bytes);
-    std::uint32_t size = 0;
-    std::memcpy(&size, bytes.data() + 12, 4);
-    return TestJson::parse(bytes.substr(20, size));
-}
-
 std::string bytesOfFile(const std::string& path) { return std::get<std::string>(readWholeFile(path)); }
+
+using Turn = std::array<double, 4>;
+
+GltfTrack trackOf(int node, GltfPath path, std::vector<double> times, std::vector<double> values)
+{
+    return {node, path, GltfInterpolation::Linear, std::move(times), std::move(values)};
+}
 
 /// Half a second in which all of the skeleton turns, and its roots, and what is above them, move and grow.
 GltfClip clipFor(const Gltf& gltf)
 {
-    GltfClip clip{"swing", {0, 0.25, 0.5}, {}};
+    GltfClip clip{"swing", {}, {}};
     std::set<int> nodes(gltf.skeleton.begin(), gltf.skeleton.end());
     for (int above = gltf.nodes[static_cast<std::size_t>(gltf.skeleton.front())].parent; above >= 0;
          above = gltf.nodes[static_cast<std::size_t>(above)].parent)
-        if (gltf.nodes[static_cast<std::size_t>(above)].skin < 0) // keys of skinned meshes are warned of
-            nodes.insert(above);
+        nodes.insert(above);
     for (const int index : nodes) {
-        const GltfNode& node = gltf.nodes[static_cast<std::size_t>(index)];
-        GltfNodeKeys keys{index, {}, {}, {}};
+        GltfTrack turns = trackOf(index, GltfPath::Rotation, {}, {});
+        GltfTrack places = trackOf(index, GltfPath::Translation, {}, {});
+        GltfTrack sizes = trackOf(index, GltfPath::Scale, {}, {});
         for (std::size_t k = 0; k < 3; ++k) {
+            const double time = 0.25 * static_cast<double>(k);
             const double turn = 0.3 * static_cast<double>(k) + 0.01 * index;
-            keys.rotations.push_back({0, std::sin(turn), 0, std::cos(turn)});
-            if (node.parent >= 0)
-                continue;
-            keys.translations.push_back({turn, 1 - turn, 0.5});
-            keys.scales.push_back({1 + turn, 1, 1});
+            addKey(turns, time, Turn{0, std::sin(turn), 0, std::cos(turn)});
+            addKey(places, time, std::array<double, 3>{turn, 1 - turn, 0.5});
+            addKey(sizes, time, std::array<double, 3>{1 + turn, 1, 1});
         }
-        clip.keys.push_back(std::move(keys));
+        clip.tracks.push_back(std::move(turns));
+        if (gltf.nodes[static_cast<std::size_t>(index)].parent < 0) {
+            clip.tracks.push_back(std::move(places));
+            clip.tracks.push_back(std::move(sizes));
+        }
     }
+    fitClip(gltf, clip); // keys of skinned meshes are warned of
     return clip;
 }
 
 void expectClip(const Gltf& gltf, std::size_t animation, const GltfClip& clip)
 {
     ASSERT_LT(animation, gltf.animations.size());
-    for (std::size_t k = 0; k < clip.times.size(); ++k) {
-        const GltfPose pose = sampleAnimation(gltf, animation, clip.times[k]);
-        for (const GltfNodeKeys& keys : clip.keys) {
-            const GltfTransform& at = pose[static_cast<std::size_t>(keys.node)];
+    for (const GltfTrack& wanted : clip.tracks) {
+        const auto& tracks = gltf.animations[animation].tracks;
+        const auto found = std::find_if(tracks.begin(), tracks.end(), [&](const GltfTrack& track) {
+            return track.node == wanted.node && track.path == wanted.path;
+        });
+        ASSERT_NE(found, tracks.end());
+        for (const double time : wanted.times) {
+            const Turn a = sampleTrack(wanted, time), b = sampleTrack(*found, time);
             double cosine = 0;
             for (std::size_t c = 0; c < 4; ++c)
-                cosine += at.rotation[c] * keys.rotations[k][c];
-            EXPECT_NEAR(std::abs(cosine), 1, 1e-7);
-            for (std::size_t c = 0; c < 3 && !keys.translations.empty(); ++c) {
-                EXPECT_NEAR(at.translation[c], keys.translations[k][c], 1e-6);
-                EXPECT_NEAR(at.scale[c], keys.scales[k][c], 1e-6);
-            }
+                cosine += a[c] * b[c];
+            for (std::size_t c = 0; c < 4; ++c)
+                EXPECT_NEAR(b[c], wanted.path == GltfPath::Rotation && cosine < 0 ? -a[c] : a[c], 1e-6);
         }
     }
 }
@@ -122,13 +92,6 @@ std::vector<std::string> viewBytes(const TestJson& document, const std::vector<s
         bytes.push_back(buffers[view["buffer"].get<std::size_t>()].substr(
             view.value("byteOffset", std::size_t{0}), view["byteLength"].get<std::size_t>()));
     return bytes;
-}
-
-std::string binaryChunk(const std::string& glb)
-{
-    std::uint32_t size = 0;
-    std::memcpy(&size, glb.data() + 12, 4);
-    return glb.size() > size + 28 ? glb.substr(size + 28) : "";
 }
 
 /// All that a motion does not touch is as it was.
@@ -163,7 +126,7 @@ TEST(GltfWriter, realFilesKeepEverythingAndPassTheValidatorAsBefore)
         for (const int replaced : {-1, 0}) {
             if (replaced >= static_cast<int>(gltf.animations.size()))
                 continue;
-            const std::string glb = written(writeGlb(gltf, clip, {replaced}));
+            const std::string glb = written(writeGlb(gltf, clip, {replaced, replaced}));
             const std::string name = fs::path(sample.path).stem().string();
             files.push_back(sample.path);
             files.push_back(save(name + std::to_string(replaced) + ".glb", glb));
@@ -184,8 +147,7 @@ TEST(GltfWriter, realFilesKeepEverythingAndPassTheValidatorAsBefore)
             }
         }
     }
-    if (!validatorIsThere())
-        GTEST_SKIP() << "no gltf-validator in " << kTools << "; scripts/test installs it";
+    VALIDATOR_OR_SKIP();
     const std::vector<std::multiset<std::string>> issues = issuesOf(files);
     for (std::size_t i = 0; i < files.size(); i += 2)
         EXPECT_TRUE(
@@ -242,8 +204,8 @@ TEST(GltfWriter, replacingKeepsChannelsThatTheClipHasNoKeysFor)
     wave["samplers"].push_back({{"input", wave["samplers"][0]["input"]}, {"output", places}});
     wave["channels"].push_back({{"sampler", 1}, {"target", {{"node", 0}, {"path", "translation"}}}});
     const Gltf gltf = mustReadGltf(readGltf(small.glb()));
-    const GltfClip clip{"", {0, 1}, {{1, {}, {{0, 0, 0, 1}, {1, 0, 0, 0}}, {}}}};
-    const std::string glb = written(writeGlb(gltf, clip, {0}));
+    const GltfClip clip{"", {trackOf(1, GltfPath::Rotation, {0, 1}, {0, 0, 0, 1, 1, 0, 0, 0})}, {}};
+    const std::string glb = written(writeGlb(gltf, clip, {0, 0}));
     const Gltf again = mustReadGltf(readGltf(glb));
     ASSERT_EQ(again.animations.size(), 1u);
     EXPECT_EQ(again.animations[0].name, "wave");
@@ -267,9 +229,9 @@ std::vector<GltfBone> testBones()
 
 GltfClip boneClip()
 {
-    GltfClip clip{"nod", {0, 0.5}, {}};
+    GltfClip clip{"nod", {}, {}};
     for (int bone : {0, 1, 4})
-        clip.keys.push_back({bone, {}, {{0, 0, 0.6, 0.8}, {0, 0.6, 0, 0.8}}, {}});
+        clip.tracks.push_back(trackOf(bone, GltfPath::Rotation, {0, 0.5}, {0, 0, 0.6, 0.8, 0, 0.6, 0, 0.8}));
     return clip;
 }
 
@@ -313,8 +275,7 @@ TEST(GltfWriter, skeletonsFromScratchReadBackAndTheirBodyFollowsTheBones)
     }
     const GltfBone lone{"Alone", -1, {}};
     files.push_back(save("lone.glb", written(writeSkeletonGlb({lone}, {}, {true}))));
-    if (!validatorIsThere())
-        GTEST_SKIP() << "no gltf-validator in " << kTools << "; scripts/test installs it";
+    VALIDATOR_OR_SKIP();
     for (const std::multiset<std::string>& issues : issuesOf(files))
         EXPECT_TRUE(issues.empty()) << TestJson(issues);
 }
@@ -323,23 +284,24 @@ TEST(GltfWriter, refusesMotionThatAFileCannotHold)
 {
     struct Row {
         const char* place;
-        GltfClip clip;
+        std::vector<GltfTrack> tracks;
     };
-    const std::vector<std::array<double, 4>> two = {{0, 0, 0, 1}, {0, 0, 0, 1}};
+    constexpr GltfPath kTurn = GltfPath::Rotation;
+    const std::vector<double> two = {0, 0, 0, 1, 0, 0, 0, 1};
     const Row rows[] = {
-        {"times[1]", {"", {1, 1 + 1e-9}, {{0, {}, two, {}}}}},
-        {"times[0]", {"", {-1, 1}, {{0, {}, two, {}}}}},
-        {"times[1]", {"", {0, NAN}, {{0, {}, two, {}}}}},
-        {"keys[0].rotations[1]", {"", {0, 1}, {{0, {}, {{0, 0, 0, 1}, {0, 0, 0, 0}}, {}}}}},
-        {"keys[0].rotations", {"", {0}, {{0, {}, two, {}}}}},
-        {"keys[0].scales[0]", {"", {0}, {{0, {}, {}, {{1, INFINITY, 1}}}}}},
-        {"keys[1].node", {"", {0, 1}, {{0, {}, two, {}}, {0, {}, two, {}}}}},
-        {"keys[0].node", {"", {0, 1}, {{6, {}, two, {}}}}},
+        {"tracks[0].times[1]", {trackOf(0, kTurn, {1, 1 + 1e-9}, two)}},
+        {"tracks[0].times[0]", {trackOf(0, kTurn, {-1, 1}, two)}},
+        {"tracks[0].times[1]", {trackOf(0, kTurn, {0, NAN}, two)}},
+        {"tracks[0].values[1]", {trackOf(0, kTurn, {0, 1}, {0, 0, 0, 1, 0, 0, 0, 0})}},
+        {"tracks[0].values", {trackOf(0, kTurn, {0}, two)}},
+        {"tracks[0].values[1]", {trackOf(0, GltfPath::Scale, {0}, {1, INFINITY, 1})}},
+        {"tracks[1].node", {trackOf(0, kTurn, {0, 1}, two), trackOf(0, kTurn, {0, 1}, two)}},
+        {"tracks[0].node", {trackOf(6, kTurn, {0, 1}, two)}},
     };
     const Gltf arm = mustReadGltf(readGltf(SmallGltf::arm().glb()));
     for (const Row& row : rows) {
         for (const GltfWriteResult& result :
-             {writeSkeletonGlb(testBones(), row.clip), writeGlb(arm, row.clip)}) {
+             {writeSkeletonGlb(testBones(), {"", row.tracks, {}}), writeGlb(arm, {"", row.tracks, {}})}) {
             const auto* error = std::get_if<GltfError>(&result);
             ASSERT_NE(error, nullptr) << row.place;
             EXPECT_EQ(error->place, row.place) << error->reason;
@@ -347,7 +309,7 @@ TEST(GltfWriter, refusesMotionThatAFileCannotHold)
     }
     const GltfWriteResult late = writeSkeletonGlb({{"a", 1, {}}, {"b", -1, {}}}, {});
     EXPECT_EQ(std::get<GltfError>(late).place, "bones[0].parent");
-    EXPECT_EQ(std::get<GltfError>(writeGlb(arm, rows[0].clip, {3})).place, "animations[3]");
+    EXPECT_EQ(std::get<GltfError>(writeGlb(arm, {"", rows[0].tracks, {}}, {3, 3})).place, "animations[3]");
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 // took.
 #pragma once
 
+#include "formats/MotionFormat.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -64,6 +66,8 @@ struct TrackAnimation {
 struct TrackReport {
     std::string input;
     std::string output;
+    formats::MotionFormat format = formats::MotionFormat::Bvh; ///< of the output
+    formats::MotionFacts written; ///< what is in it
     std::string htmlFile; ///< empty when none is written
     std::size_t firstFrame = 0;
     std::size_t lastFrame = 0;

@@ -2,6 +2,8 @@
 // Puts the report into JSON fields.
 #include "report/TrackReportJson.h"
 
+#include "shared/WrittenMotion.h"
+
 #include <algorithm>
 
 namespace app {
@@ -79,6 +81,7 @@ Json trackReportJson(const TrackReport& report)
     return {
         {"input", report.input},
         {"output", report.output},
+        {"written", factsJson(report.written)},
         {"report", report.htmlFile.empty() ? Json(nullptr) : Json(report.htmlFile)},
         {"frames",
          {{"first", report.firstFrame},

@@ -1,110 +1,107 @@
 // SPDX-License-Identifier: MIT
-// Poses into the channels of a BVH file, or into the nodes of a glTF file.
+// Poses into the channels of a BVH file, or into the nodes of a glTF file. What the rig moves, what carries
+// it and the rest of the body leave their old motion; everything else keeps it.
 #include "retarget/MotionOutput.h"
 
 #include "shared/Console.h"
+#include "shared/GltfFile.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 namespace app {
 
 namespace {
 
-using refhost::Matrix33;
+using formats::GltfInterpolation;
+using formats::GltfPath;
+using formats::GltfTrack;
+using formats::LocalPose;
+using formats::Role;
 
 std::size_t at(int index) { return static_cast<std::size_t>(index); }
 
-/// The rotation that takes the figure's up axis to +Y; none where that is up already.
-Matrix33 uprightTurn(const formats::FigureGuess& figure)
+/// Hair, props, eyes and jaws have a motion of their own; an idle finger or toe belongs to the old one.
+bool isBody(Role role) { return role != Role::None && role != Role::Face && role != Role::End; }
+
+LocalPose between(const LocalPose& a, const LocalPose& b, double share)
 {
-    const double quarter = M_PI / 2 * figure.upSign;
-    if (figure.upAxis == 0)
-        return refhost::matrixFromEuler({0, 0, quarter}, 0);
-    if (figure.upAxis == 2)
-        return refhost::matrixFromEuler({-quarter, 0, 0}, 0);
-    return figure.upSign < 0 ? refhost::matrixFromEuler({M_PI, 0, 0}, 0) : Matrix33();
+    double cosine = 0, square = 0;
+    LocalPose out;
+    for (std::size_t c = 0; c < 4; ++c)
+        cosine += a.rotation[c] * b.rotation[c];
+    for (std::size_t c = 0; c < 4; ++c) {
+        out.rotation[c] = a.rotation[c] * (1 - share) + b.rotation[c] * (cosine < 0 ? -share : share);
+        square += out.rotation[c] * out.rotation[c];
+    }
+    for (double& value : out.rotation)
+        value /= std::sqrt(square);
+    for (std::size_t c = 0; c < 3; ++c)
+        out.translation[c] = a.translation[c] * (1 - share) + b.translation[c] * share;
+    return out;
+}
+
+template <std::size_t Width>
+GltfTrack stillTrack(int node, GltfPath path, const std::array<double, Width>& value)
+{
+    GltfTrack track{node, path, GltfInterpolation::Linear, {}, {}};
+    formats::addKey(track, 0, value);
+    return track;
 }
 
 } // namespace
 
-OutputFormat outputFormat(const std::string& path)
+MotionOutput::MotionOutput(const FigureFile& target, const MotionOutputSettings& settings,
+                           std::size_t frameCount, double frameSeconds)
+    : m_Target(target), m_Settings(settings), m_FrameSeconds(frameSeconds)
 {
-    std::string ending = std::filesystem::path(path).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    if (ending == ".bvh")
-        return OutputFormat::Bvh;
-    if (ending == ".glb" || ending == ".vrm")
-        return OutputFormat::Glb;
-    throw BadInput(fmt::format("-o {}: the ending says which format to write; give a name that ends in .bvh "
-                               "or .glb, for a glTF target .glb",
-                               path));
-}
-
-MotionOutput::MotionOutput(const FigureFile& target, OutputFormat format, std::size_t frameCount,
-                           double frameSeconds, std::string name, bool body)
-    : m_Target(target), m_Format(format), m_Body(body), m_Name(std::move(name))
-{
-    if (target.isGltf() && format != OutputFormat::Glb)
-        throw BadInput(fmt::format("-o: the target {} is a glTF file, so the output is one too; give a name "
-                                   "that ends in .glb",
-                                   target.path));
-    if (body && (target.isGltf() || format != OutputFormat::Glb))
+    if (settings.body && (target.isGltf() || settings.choice.format != formats::MotionFormat::Glb))
         throw BadInput("--body: only a BVH target written as .glb gets a body; leave it out");
-    if (format == OutputFormat::Bvh)
-        startBvh(frameCount, frameSeconds);
+    if (!target.isGltf() && (settings.choice.append || !settings.animation.empty()))
+        throw BadInput(fmt::format("--append and --target-animation are for a glTF target; {} is a BVH file, "
+                                   "which has one motion",
+                                   target.path));
+    for (std::size_t i = 0; i < frameCount; ++i)
+        m_Times.push_back(static_cast<double>(i) * frameSeconds);
+    if (target.isGltf())
+        m_Animation = chosenAnimation(target.gltf(), settings.animation, "--target-animation");
     else
-        startGlb(frameCount, frameSeconds);
+        startBvh(frameCount);
 }
 
-void MotionOutput::startBvh(std::size_t frameCount, double frameSeconds)
+void MotionOutput::startBvh(std::size_t frameCount)
 {
-    m_Motion = m_Target.bvh();
-    // Nothing of the target's own motion is to shine through.
+    m_Motion = m_Settings.choice.format == formats::MotionFormat::Bvh
+        ? m_Target.bvh()
+        : formats::withAllChannels(m_Target.bvh());
     m_Motion.values.clear();
     m_Motion.frameCount = 0;
     formats::resizeFrames(m_Motion, frameCount);
-    m_Motion.frameTime = frameSeconds;
-    m_Pose = formats::restPose(m_Motion);
-    m_LossDegrees.resize(m_Pose.size());
+    m_Motion.frameTime = m_FrameSeconds;
+    m_LossDegrees.resize(m_Motion.joints.size());
 }
 
-void MotionOutput::startGlb(std::size_t frameCount, double frameSeconds)
+void MotionOutput::findParts(const RetargetScene& scene)
 {
-    for (std::size_t i = 0; i < frameCount; ++i)
-        m_Times.push_back(static_cast<double>(i) * frameSeconds);
+    m_Nodes = scene.rigJoints();
+    m_Rotations.resize(m_Nodes.size());
+    m_Rests.resize(m_Target.joints.size());
+    for (std::size_t i = 0; i < m_Rests.size(); ++i)
+        m_Rests[i] = isBody(m_Target.roles.joints[i].role);
+    for (const int joint : m_Nodes)
+        m_Rests[at(joint)] = true;
+    for (int joint = m_Nodes.front(); joint >= 0; joint = m_Target.joints[at(joint)].parent)
+        m_Rests[at(joint)] = true;
 }
 
 void MotionOutput::frame(std::size_t frame, RetargetScene& scene)
 {
-    if (m_Format == OutputFormat::Bvh)
-        bvhFrame(frame, scene);
-    else
-        glbFrame(scene);
-}
-
-void MotionOutput::bvhFrame(std::size_t frame, RetargetScene& scene)
-{
-    for (const int joint : scene.rigJoints()) {
-        const RestJoint local = scene.targetLocal(joint);
-        m_Pose[at(joint)].rotation = refhost::quaternionFromMatrix(local.rotation);
-        if (joint == scene.rigJoints().front())
-            m_Pose[at(joint)].translation = local.position;
-    }
-    for (const formats::PoseLoss& loss : formats::setLocalPose(m_Motion, frame, m_Pose))
-        m_LossDegrees[loss.joint] = std::max(m_LossDegrees[loss.joint], loss.rotationDegrees);
-}
-
-void MotionOutput::glbFrame(RetargetScene& scene)
-{
-    if (m_Nodes.empty()) {
-        m_Nodes = scene.rigJoints();
-        m_Rotations.resize(m_Nodes.size());
-    }
+    if (m_Nodes.empty())
+        findParts(scene);
+    if (!m_Target.isGltf())
+        return bvhFrame(frame, scene);
     for (std::size_t i = 0; i < m_Nodes.size(); ++i) {
         const RestJoint local = scene.targetLocal(m_Nodes[i]);
         m_Rotations[i].push_back(refhost::quaternionFromMatrix(local.rotation));
@@ -113,95 +110,89 @@ void MotionOutput::glbFrame(RetargetScene& scene)
     }
 }
 
-std::string MotionOutput::finish()
+/// Rest, and of what keeps its motion the file's own pose at the time; past its end the last one.
+std::vector<LocalPose> MotionOutput::ownPose(std::size_t frame) const
 {
-    if (m_Format == OutputFormat::Glb)
-        return finishGlb();
-    for (std::size_t i = 0; i < m_LossDegrees.size(); ++i)
-        if (m_LossDegrees[i] > 0.1)
-            m_Notes.push_back(fmt::format("'{}' has too few rotation channels in {}; the motion as written "
-                                          "differs by up to {} degrees",
-                                          m_Motion.joints[i].name, m_Target.path,
-                                          rounded(m_LossDegrees[i], 3)));
-    return formats::writeBvh(m_Motion);
+    const formats::BvhMotion& own = m_Target.bvh();
+    std::vector<LocalPose> pose = formats::restPose(own);
+    if (own.frameCount == 0 || std::find(m_Rests.begin(), m_Rests.end(), false) == m_Rests.end())
+        return pose;
+    const double last = static_cast<double>(own.frameCount - 1);
+    const double place = std::min(m_Times[frame] / own.frameTime, last);
+    const double first = std::min(std::floor(place + 1e-6), last);
+    const std::vector<LocalPose> before = formats::localPose(own, static_cast<std::size_t>(first));
+    const std::vector<LocalPose> after =
+        formats::localPose(own, static_cast<std::size_t>(std::min(first + 1, last)));
+    for (std::size_t i = 0; i < pose.size(); ++i)
+        if (!m_Rests[i])
+            pose[i] = between(before[i], after[i], std::max(0.0, place - first));
+    return pose;
 }
 
-/// The bones of a BVH target as nodes, in metres and with +Y up.
-formats::GltfWriteResult MotionOutput::skeletonGlb()
+void MotionOutput::bvhFrame(std::size_t frame, RetargetScene& scene)
 {
-    const formats::BvhMotion& motion = m_Target.bvh();
-    const formats::FigureGuess figure = formats::guessFigure(motion);
-    const Matrix33 upright = uprightTurn(figure);
-    const auto placed = [&](const std::array<double, 3>& v) {
-        return refhost::Vector3{v[0] * figure.metresPerUnit, v[1] * figure.metresPerUnit,
-                                v[2] * figure.metresPerUnit};
-    };
-    std::vector<formats::GltfBone> bones;
-    const std::vector<formats::LocalPose> rest = formats::restPose(motion);
-    for (std::size_t i = 0; i < motion.joints.size(); ++i) {
-        formats::GltfBone bone{motion.joints[i].name, motion.joints[i].parent, {}};
-        if (motion.joints[i].endSite)
-            bone.name = motion.joints[at(bone.parent)].name + "_end";
-        bone.rest.translation = placed(rest[i].translation);
-        bone.rest.rotation = rest[i].rotation;
-        if (bone.parent < 0) {
-            bone.rest.translation = upright * bone.rest.translation;
-            bone.rest.rotation =
-                refhost::quaternionFromMatrix(upright * refhost::matrixFromQuaternion(bone.rest.rotation));
-        }
-        bones.push_back(bone);
+    std::vector<LocalPose> pose = ownPose(frame);
+    for (const int joint : m_Nodes) {
+        const RestJoint local = scene.targetLocal(joint);
+        pose[at(joint)].rotation = refhost::quaternionFromMatrix(local.rotation);
+        if (joint == m_Nodes.front())
+            pose[at(joint)].translation = local.position;
     }
-    formats::GltfClip clip{m_Name, m_Times, {}};
-    for (std::size_t i = 0; i < m_Nodes.size(); ++i) {
-        formats::GltfNodeKeys keys{m_Nodes[i], {}, std::move(m_Rotations[i]), {}};
-        if (bones[at(keys.node)].parent < 0)
-            for (auto& rotation : keys.rotations)
-                rotation = refhost::quaternionFromMatrix(upright * refhost::matrixFromQuaternion(rotation));
-        if (i == 0)
-            for (const auto& translation : m_RootTranslations)
-                keys.translations.push_back(bones[at(keys.node)].parent < 0 ? upright * placed(translation)
-                                                                            : placed(translation));
-        clip.keys.push_back(std::move(keys));
-    }
-    return formats::writeSkeletonGlb(bones, clip, {.body = m_Body});
+    for (const formats::PoseLoss& loss : formats::setLocalPose(m_Motion, frame, pose))
+        m_LossDegrees[loss.joint] = std::max(m_LossDegrees[loss.joint], loss.rotationDegrees);
 }
 
-/// A new animation takes the place of the first one, track by track; what that moved besides rests.
-std::string MotionOutput::finishGlb()
+WrittenMotion MotionOutput::finish()
 {
     if (!m_Target.isGltf())
-        return bytesOf(skeletonGlb());
-    const formats::Gltf& gltf = m_Target.gltf();
-    const formats::GltfPose rest = formats::restPose(gltf);
-    std::vector<formats::GltfNodeKeys> keys(gltf.nodes.size());
-    for (std::size_t i = 0; i < m_Nodes.size(); ++i)
-        keys[at(m_Nodes[i])].rotations = std::move(m_Rotations[i]);
-    keys[at(m_Nodes.front())].translations = std::move(m_RootTranslations);
-    if (!gltf.animations.empty())
-        for (const formats::GltfTrack& track : gltf.animations.front().tracks) {
-            formats::GltfNodeKeys& node = keys[at(track.node)];
-            const formats::GltfTransform& still = rest[at(track.node)];
-            if (track.path == formats::GltfPath::Translation && node.translations.empty())
-                node.translations.assign(m_Times.size(), still.translation);
-            else if (track.path == formats::GltfPath::Rotation && node.rotations.empty())
-                node.rotations.assign(m_Times.size(), still.rotation);
-            else if (track.path == formats::GltfPath::Scale && node.scales.empty())
-                node.scales.assign(m_Times.size(), still.scale);
-        }
-    formats::GltfClip clip{m_Name, std::move(m_Times), {}};
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        keys[i].node = static_cast<int>(i);
-        if (!keys[i].rotations.empty() || !keys[i].translations.empty() || !keys[i].scales.empty())
-            clip.keys.push_back(std::move(keys[i]));
-    }
-    return bytesOf(formats::writeGlb(gltf, clip, {.replaceAnimation = gltf.animations.empty() ? -1 : 0}));
+        return finishBvh();
+    return writeClip(m_Target.path, m_Target.gltf(), clip(), m_Animation, m_Settings.choice, m_FrameSeconds);
 }
 
-std::string MotionOutput::bytesOf(formats::GltfWriteResult written) const
+WrittenMotion MotionOutput::finishBvh()
 {
-    if (const auto* error = std::get_if<formats::GltfError>(&written))
-        throw BadInput(fmt::format("{}: {}: {}", m_Target.path, error->place, error->reason));
-    return std::get<std::string>(std::move(written));
+    WrittenMotion written =
+        writtenMotion(m_Target.path,
+                      formats::writeMotion(m_Motion, m_Settings.choice.format, m_Settings.name, {},
+                                           {.body = m_Settings.body}),
+                      0);
+    for (std::size_t i = 0; i < m_LossDegrees.size(); ++i)
+        if (m_LossDegrees[i] > 0.1)
+            written.notes.push_back(fmt::format("'{}' has too few rotation channels in {}; the motion as "
+                                                "written differs by up to {} degrees",
+                                                m_Motion.joints[i].name, m_Target.path,
+                                                rounded(m_LossDegrees[i], 3)));
+    return written;
+}
+
+formats::GltfClip MotionOutput::clip()
+{
+    const formats::Gltf& gltf = m_Target.gltf();
+    const formats::GltfPose rest = formats::restPose(gltf);
+    formats::GltfClip clip{m_Settings.name, {}, {}};
+    std::vector<bool> turns(gltf.nodes.size());
+    for (std::size_t i = 0; i < m_Nodes.size(); ++i) {
+        GltfTrack track{m_Nodes[i], GltfPath::Rotation, GltfInterpolation::Linear, {}, {}};
+        for (std::size_t frame = 0; frame < m_Rotations[i].size(); ++frame)
+            formats::addKey(track, m_Times[frame], m_Rotations[i][frame]);
+        turns[at(m_Nodes[i])] = true;
+        clip.tracks.push_back(std::move(track));
+    }
+    GltfTrack root{m_Nodes.front(), GltfPath::Translation, GltfInterpolation::Linear, {}, {}};
+    for (std::size_t frame = 0; frame < m_RootTranslations.size(); ++frame)
+        formats::addKey(root, m_Times[frame], m_RootTranslations[frame]);
+    clip.tracks.push_back(std::move(root));
+    for (std::size_t i = 0; i < gltf.nodes.size(); ++i) {
+        const int node = static_cast<int>(i);
+        if (!m_Rests[i] || gltf.nodes[i].sheared)
+            continue;
+        if (!turns[i])
+            clip.tracks.push_back(stillTrack(node, GltfPath::Rotation, rest[i].rotation));
+        if (node != m_Nodes.front())
+            clip.tracks.push_back(stillTrack(node, GltfPath::Translation, rest[i].translation));
+        clip.tracks.push_back(stillTrack(node, GltfPath::Scale, rest[i].scale));
+    }
+    return clip;
 }
 
 } // namespace app

@@ -86,8 +86,12 @@ std::vector<std::string> settingArguments(const RetargetOptions& options)
     limit("--max-step", options.limits.stepRatio);
     if (!options.settings.positions)
         arguments.emplace_back("--no-positions");
-    if (options.settings.body)
+    if (options.body)
         arguments.emplace_back("--body");
+    if (options.append)
+        arguments.emplace_back("--append");
+    if (!options.targetAnimation.empty())
+        arguments.insert(arguments.end(), {"--target-animation", options.targetAnimation});
     if (!options.map.empty())
         arguments.insert(arguments.end(), {"--map", options.map});
     return arguments;

@@ -52,18 +52,6 @@ std::string upOf(const FigureFile& target)
     return {up[axis] < 0 ? '-' : '+', "XYZ"[axis]};
 }
 
-/// What the standard output gets where no ending says it: the target's format, or what the user asks for.
-OutputFormat formatOf(const RetargetOptions& options, const FigureFile& target)
-{
-    if (options.output != kStandardStream) {
-        if (!options.format.empty())
-            throw BadInput("--format is for `-o -`; the ending of a file's name says which format to write");
-        return outputFormat(options.output);
-    }
-    const std::string format = options.format.empty() ? target.isGltf() ? "glb" : "bvh" : options.format;
-    return outputFormat("-." + format);
-}
-
 int retargetOne(const RetargetOptions& options)
 {
     const Clock::time_point start = Clock::now();
@@ -98,9 +86,14 @@ int retargetOne(const RetargetOptions& options)
     report.motion.warnings.insert(report.motion.warnings.end(), map.notes.begin(), map.notes.end());
     RetargetRequest request;
     request.settings = options.settings;
-    request.format = formatOf(options, target);
-    request.motionName =
+    request.output.choice = {outputFormat(options.output, target.isGltf(),
+                                          target.isGltf() ? target.gltf().vrm : formats::VrmKind::None,
+                                          options.format),
+                             options.append};
+    request.output.animation = options.targetAnimation;
+    request.output.name =
         options.files[0] == kStandardStream ? "motion" : fs::path(options.files[0]).stem().string();
+    request.output.body = options.body;
     request.animationFrames = options.htmlFile.empty() ? 0 : kAnimationFrames;
     report.motion.readSeconds = secondsSince(start);
 

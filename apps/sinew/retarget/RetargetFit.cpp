@@ -17,33 +17,7 @@ namespace {
 using formats::Role;
 using formats::Side;
 
-constexpr double kSnapDegrees = 30; // a figure that stands within this of its axes stands on them
-
-struct Frame {
-    Vector3 left, up, forward;
-};
-
-Vector3 nearestAxis(const Vector3& direction)
-{
-    std::size_t largest = 0;
-    for (std::size_t axis = 1; axis < 3; ++axis)
-        if (std::abs(direction[axis]) > std::abs(direction[largest]))
-            largest = axis;
-    Vector3 out{};
-    out[largest] = direction[largest] < 0 ? -1 : 1;
-    return out;
-}
-
-/// Axes of a figure: those of its file when it stands upright in it, so that a stoop at rest stays a stoop.
-Frame frameOf(const formats::HumanoidRoles& roles)
-{
-    Frame frame{roles.left, roles.up, roles.forward};
-    const Vector3 up = nearestAxis(roles.up);
-    const Vector3 forward = nearestAxis(across(roles.forward, up));
-    if (degreesBetween(up, roles.up) < kSnapDegrees && degreesBetween(forward, roles.forward) < kSnapDegrees)
-        frame = {cross(up, forward), up, forward};
-    return frame;
-}
+using Frame = formats::StandingAxes;
 
 Matrix33 matrixOf(const Frame& frame)
 {
@@ -147,11 +121,12 @@ class Fitter {
 public:
     Fitter(const RestFigure& source, const RestFigure& target, const JointMap& map)
         : m_Known(source.file->roles.recognised && target.file->roles.recognised),
-          m_Axes(m_Known ? frameOf(target.file->roles) : Frame{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}),
+          m_Axes(m_Known ? formats::standingAxes(target.file->roles)
+                         : Frame{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}),
           m_Map(map)
     {
         if (m_Known)
-            m_Fit.turn = matrixOf(m_Axes) * transposed(matrixOf(frameOf(source.file->roles)));
+            m_Fit.turn = matrixOf(m_Axes) * transposed(matrixOf(formats::standingAxes(source.file->roles)));
         m_Source.emplace(source, m_Fit.turn);
         m_Target.emplace(target, Matrix33{});
         m_Fit.height = heightOf(target);

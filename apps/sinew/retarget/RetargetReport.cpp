@@ -4,6 +4,7 @@
 
 #include "report/TrackReportJson.h"
 #include "shared/Console.h"
+#include "shared/WrittenMotion.h"
 
 #include <fmt/format.h>
 
@@ -125,6 +126,7 @@ std::string retargetReportText(const RetargetReport& report)
                         rounded(motion.readSeconds, 2), rounded(motion.solveAllSeconds, 2),
                         rounded(motion.writeSeconds, 2),
                         static_cast<double>(motion.frames.size()) / std::max(motion.totalSeconds, 1e-9));
+    text += fmt::format("  written  {}\n", factsText(motion.written));
     for (const std::string& missed : report.missed)
         text += fmt::format("  missed   {}\n", missed);
     if (!motion.htmlFile.empty())

@@ -49,8 +49,7 @@ std::string retargetMotion(const FigureFile& source, const FigureFile& target, c
                                    source.isGltf() ? "; --animation names one of several" : ""));
     describe(scene, map, request.settings, report);
     RetargetMeasure measure(scene, source, target, map, report, request.animationFrames);
-    MotionOutput output(target, request.format, scene.frameCount(), scene.frameSeconds(), request.motionName,
-                        request.settings.body);
+    MotionOutput output(target, request.output, scene.frameCount(), scene.frameSeconds());
     {
         Progress progress("retargeting", scene.frameCount());
         for (std::size_t i = 0; i < scene.frameCount(); ++i) {
@@ -67,10 +66,11 @@ std::string retargetMotion(const FigureFile& source, const FigureFile& target, c
     measure.finish();
     report.motion.solveAllSeconds = secondsSince(start);
     const Clock::time_point written = Clock::now();
-    std::string bytes = output.finish();
+    WrittenMotion made = output.finish();
     report.motion.writeSeconds = secondsSince(written);
-    report.motion.warnings.insert(report.motion.warnings.end(), output.notes().begin(), output.notes().end());
-    return bytes;
+    report.motion.written = made.facts;
+    report.motion.warnings.insert(report.motion.warnings.end(), made.notes.begin(), made.notes.end());
+    return std::move(made.bytes);
 }
 
 } // namespace app

@@ -21,7 +21,6 @@ struct RetargetSettings {
     double tolerance = 1e-4; ///< largest joint step (radians, target units) that ends a solve
     std::size_t animation = 0; ///< of a glTF source
     bool positions = true; ///< hands, feet and hips follow positions too
-    bool body = false; ///< a BVH target written as GLB gets a simple body
 };
 
 /// What the target's joint is to reach.

@@ -45,7 +45,7 @@ formats::Gltf readGltfMotion(const std::string& file, std::string_view bytes)
     return std::get<formats::Gltf>(std::move(result));
 }
 
-std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation)
+std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation, const char* option)
 {
     if (animation.empty())
         return 0;
@@ -57,9 +57,8 @@ std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animat
     const char* end = animation.data() + animation.size();
     const auto [stop, error] = std::from_chars(animation.data(), end, index);
     if (error != std::errc() || stop != end || index >= count)
-        throw BadInput(
-            fmt::format("--animation {}: the file has {} animation{}; give a name, or an index from 0",
-                        printable(animation), count, count == 1 ? "" : "s"));
+        throw BadInput(fmt::format("{} {}: the file has {} animation{}; give a name, or an index from 0",
+                                   option, printable(animation), count, count == 1 ? "" : "s"));
     return index;
 }
 

@@ -17,8 +17,10 @@ bool isGlbName(const std::string& file);
 /// Reads the bytes of a file; throws BadInput where they are of no use.
 formats::Gltf readGltfMotion(const std::string& file, std::string_view bytes);
 
-/// The animation that the user means: by name, else by index, else the first. Throws BadInput.
-std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation);
+/// The animation that the user means with this option: by name, else by index, else the first. Throws
+/// BadInput.
+std::size_t chosenAnimation(const formats::Gltf& gltf, const std::string& animation,
+                            const char* option = "--animation");
 
 /// `FILE: place: text`, made printable.
 std::string atPlace(std::string_view file, std::string_view place, std::string_view text);

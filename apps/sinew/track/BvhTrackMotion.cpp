@@ -87,9 +87,18 @@ WrittenPose BvhTrackMotion::write(std::size_t frame, const std::vector<formats::
     WrittenPose written;
     written.losses = formats::setLocalPose(m_Motion, frame, local);
     auto kept = m_KeptValues.begin();
-    forKept([&](double& value) { value = *kept++; });
+    m_Kept.exact.resize(m_Motion.values.size());
+    forKept([&](double& value) {
+        value = *kept++;
+        m_Kept.exact[static_cast<std::size_t>(&value - m_Motion.values.data())] = true;
+    });
     written.pose = read(frame);
     return written;
+}
+
+WrittenMotion BvhTrackMotion::finish(const std::string& file, const OutputChoice& choice)
+{
+    return writtenMotion(file, formats::writeMotion(m_Motion, choice.format, "solved", m_Kept), 0);
 }
 
 } // namespace app

@@ -20,11 +20,12 @@ public:
     TrackPose read(std::size_t frame) const override;
     WrittenPose write(std::size_t frame, const std::vector<formats::LocalPose>& local,
                       const std::vector<bool>& solved) override;
-    std::string bytes() override { return formats::writeBvh(m_Motion); }
+    WrittenMotion finish(const std::string& file, const OutputChoice& choice) override;
 
 private:
     formats::BvhMotion m_Motion;
     std::vector<double> m_KeptValues;
+    formats::BvhWriteOptions m_Kept; // values that are the file's own
 };
 
 } // namespace app

@@ -195,28 +195,17 @@ TrackPose GltfTrackMotion::read(std::size_t frame) const
         formats::worldMatrices(m_Gltf, formats::sampleAnimation(m_Gltf, m_Animation, m_Times[frame])));
 }
 
-/// Solved joints get their rest translations and scales where the file would say others.
 void GltfTrackMotion::startKeys(const std::vector<bool>& solved)
 {
     m_KeysOf.assign(m_Joints.size(), -1);
-    std::vector<std::array<bool, 3>> hasTrack(m_Gltf.nodes.size());
-    for (const formats::GltfTrack& track : m_Gltf.animations[m_Animation].tracks)
-        hasTrack[at(track.node)][static_cast<std::size_t>(track.path)] = true;
     for (std::size_t i = 0; i < m_Joints.size(); ++i) {
         const int index = m_Gltf.skeleton[i];
-        const GltfNode& node = m_Gltf.nodes[at(index)];
-        if (!solved[i] || node.sheared)
+        if (!solved[i] || m_Gltf.nodes[at(index)].sheared)
             continue;
         m_KeysOf[i] = static_cast<int>(m_Keys.size());
-        formats::GltfNodeKeys keys;
-        keys.node = index;
-        const auto& has = hasTrack[at(index)];
+        Keys keys{index, m_Joints[i].parent < 0, {}, {}};
         keys.rotations.resize(m_Times.size());
-        if (m_Joints[i].parent < 0 || has[static_cast<std::size_t>(GltfPath::Translation)]
-            || node.rest.translation != node.transform.translation)
-            keys.translations.assign(m_Times.size(), asWritten(node.rest.translation));
-        if (has[static_cast<std::size_t>(GltfPath::Scale)] || node.rest.scale != node.transform.scale)
-            keys.scales.assign(m_Times.size(), asWritten(node.rest.scale));
+        keys.translations.resize(keys.isRoot ? m_Times.size() : 0);
         m_Keys.push_back(std::move(keys));
     }
 }
@@ -252,7 +241,7 @@ WrittenPose GltfTrackMotion::write(std::size_t frame, const std::vector<LocalPos
             wanted[at(j)] = up < 0 ? WorldPose{local[at(j)].translation, local[at(j)].rotation}
                                    : above(wanted[at(up)], local[at(j)]);
             if (m_KeysOf[at(j)] >= 0) {
-                formats::GltfNodeKeys& keys = m_Keys[at(m_KeysOf[at(j)])];
+                Keys& keys = m_Keys[at(m_KeysOf[at(j)])];
                 GltfTransform& own = pose[at(index)];
                 own.scale = node.rest.scale;
                 own.translation = node.rest.translation;
@@ -280,15 +269,35 @@ WrittenPose GltfTrackMotion::write(std::size_t frame, const std::vector<LocalPos
     return written;
 }
 
-std::string GltfTrackMotion::bytes()
+/// Solved joints rest in what isn't solved of them, whatever the file's keys say.
+formats::GltfClip GltfTrackMotion::clip() const
 {
-    formats::GltfWriteResult written =
-        formats::writeGlb(m_Gltf, {m_Gltf.animations[m_Animation].name, m_Times, m_Keys},
-                          {.replaceAnimation = static_cast<int>(m_Animation)});
-    if (const auto* error = std::get_if<formats::GltfError>(&written))
-        throw BadInput(fmt::format("the solved motion can't be written: {}{}{}", error->place,
-                                   error->place.empty() ? "" : ": ", error->reason));
-    return std::get<std::string>(std::move(written));
+    formats::GltfClip clip{m_Gltf.animations[m_Animation].name, {}, {}};
+    for (const Keys& keys : m_Keys) {
+        const GltfTransform& rest = m_Gltf.nodes[at(keys.node)].rest;
+        formats::GltfTrack turns{keys.node, GltfPath::Rotation, formats::GltfInterpolation::Linear, {}, {}};
+        formats::GltfTrack places = turns, sizes = turns;
+        places.path = GltfPath::Translation;
+        sizes.path = GltfPath::Scale;
+        for (std::size_t i = 0; i < m_Times.size(); ++i) {
+            formats::addKey(turns, m_Times[i], keys.rotations[i]);
+            if (keys.isRoot)
+                formats::addKey(places, m_Times[i], keys.translations[i]);
+        }
+        if (!keys.isRoot)
+            formats::addKey(places, m_Times.front(), rest.translation);
+        formats::addKey(sizes, m_Times.front(), rest.scale);
+        clip.tracks.insert(clip.tracks.end(), {std::move(turns), std::move(places), std::move(sizes)});
+    }
+    return clip;
+}
+
+WrittenMotion GltfTrackMotion::finish(const std::string& file, const OutputChoice& choice)
+{
+    const double step = m_Times.size() > 1
+        ? (m_Times.back() - m_Times.front()) / static_cast<double>(m_Times.size() - 1)
+        : formats::frameStep(m_Gltf.animations[m_Animation]);
+    return writeClip(file, m_Gltf, clip(), m_Animation, choice, step);
 }
 
 } // namespace app

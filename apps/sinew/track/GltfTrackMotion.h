@@ -23,13 +23,14 @@ public:
     TrackPose read(std::size_t frame) const override;
     WrittenPose write(std::size_t frame, const std::vector<formats::LocalPose>& local,
                       const std::vector<bool>& solved) override;
-    /// A GLB with the solved motion in the place of the animation, at the times of the source.
-    std::string bytes() override;
+    /// The solved motion in the place of the animation, at the times of the source.
+    WrittenMotion finish(const std::string& file, const OutputChoice& choice) override;
 
 private:
     void makeJoints();
     void nameParts();
     void startKeys(const std::vector<bool>& solved);
+    formats::GltfClip clip() const;
     /// Of a solved joint, whose parent stands at `above` (null for none), in its parent's space.
     std::array<double, 4> nodeRotation(std::size_t node, const formats::GltfMatrix* above,
                                        const formats::WorldPose& wanted,
@@ -42,7 +43,13 @@ private:
     std::vector<bool> m_Mirrored; // by joint: its axes are left-handed at rest
     std::vector<formats::WorldPose> m_Rest;
     std::vector<double> m_Times; // seconds
-    std::vector<formats::GltfNodeKeys> m_Keys; // of solved joints
+    struct Keys {
+        int node = 0;
+        bool isRoot = false;
+        std::vector<std::array<double, 3>> translations; // of a root
+        std::vector<std::array<double, 4>> rotations; // x, y, z, w
+    };
+    std::vector<Keys> m_Keys; // of solved joints
     std::vector<int> m_KeysOf; // by joint, index in m_Keys; -1 for joints that aren't solved
 };
 

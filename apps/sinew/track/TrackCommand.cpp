@@ -118,7 +118,10 @@ int runTrack(const TrackOptions& options)
     trackMotion(*motion, request, report);
 
     const Clock::time_point written = Clock::now();
-    writeOutput(options.output, motion->bytes());
+    const WrittenMotion result = motion->finish(options.output, {report.format, options.append});
+    writeOutput(options.output, result.bytes);
+    report.written = result.facts;
+    report.warnings.insert(report.warnings.end(), result.notes.begin(), result.notes.end());
     report.writeSeconds = secondsSince(written);
     report.totalSeconds = secondsSince(start);
     if (!options.htmlFile.empty())

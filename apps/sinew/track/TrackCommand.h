@@ -20,6 +20,7 @@ struct TrackOptions {
     std::string frames; ///< `A:B`, both included, from 0; empty: all
     std::string maxMeanError; ///< `0.1%` of the figure's height, or a length in file units; empty: none
     std::string animation; ///< of glTF: a name or an index from 0; empty: the first
+    bool append = false; ///< of glTF: adds an animation and replaces none
     std::optional<double> rate; ///< of glTF: frames a second; without: as the animation's keys come
     bool json = false;
 };

@@ -59,12 +59,10 @@ std::unique_ptr<TrackMotion> openBvh(const TrackOptions& options, std::string_vi
             fmt::format("--animation and --rate are for glTF; {} is a BVH file, which has one motion "
                         "and states its frame time: leave them out",
                         path));
+    if (options.append)
+        throw BadInput(fmt::format("--append adds an animation to a glTF file; {} is a BVH file", path));
+    report.format = outputFormat(options.output, false, formats::VrmKind::None);
     MotionFile file = readMotionFile(options.motion, bytes);
-    if (hasGltfEnding(options.output))
-        throw BadInput(
-            fmt::format("-o {}: the motion {} is a BVH file, so the output is one too; give a name "
-                        "that ends in .bvh, or use `sinew retarget` to move a glTF character",
-                        options.output, path));
     if (file.motion.frameCount == 0)
         refuseNoFrames(path);
     report.frameTime = file.motion.frameTime;
@@ -87,11 +85,6 @@ void checkGltfOptions(const TrackOptions& options)
         throw BadInput(
             "glTF states its unit (metres), its up axis (+Y) and where every joint is; leave --unit, "
             "--up and --offsets out");
-    if (options.output != kStandardStream && !isGlbName(options.output))
-        throw BadInput(
-            fmt::format("-o {}: the motion {} is a glTF file, and its solved motion is written as a "
-                        "GLB; give a name that ends in .glb",
-                        options.output, inputName(options.motion.file)));
 }
 
 /// From the animation's first key to its last.
@@ -129,6 +122,7 @@ std::unique_ptr<TrackMotion> openGltf(const TrackOptions& options, std::string_v
     const std::string path = inputName(options.motion.file);
     formats::Gltf gltf = readGltfMotion(options.motion.file, bytes);
     checkGltfOptions(options);
+    report.format = outputFormat(options.output, true, gltf.vrm);
     if (gltf.skeleton.empty())
         throw BadInput(fmt::format("{}: the file has no nodes, so there is no skeleton to solve", path));
     if (gltf.animations.empty())

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "formats/Bvh.h"
+#include "shared/WrittenMotion.h"
 #include "track/NameParts.h"
 
 #include <array>
@@ -55,8 +56,8 @@ public:
     /// order.
     virtual WrittenPose write(std::size_t frame, const std::vector<formats::LocalPose>& local,
                               const std::vector<bool>& solved) = 0;
-    /// The bytes of the file with all frames as written; throws BadInput where they can't be made.
-    virtual std::string bytes() = 0;
+    /// The file with all frames as written; throws BadInput where it can't be made. Messages call it `file`.
+    virtual WrittenMotion finish(const std::string& file, const OutputChoice& choice) = 0;
 
 protected:
     std::vector<TrackJoint> m_Joints;

@@ -3,6 +3,7 @@
 #include "report/TrackReport.h"
 
 #include "shared/Console.h"
+#include "shared/WrittenMotion.h"
 
 #include <fmt/format.h>
 
@@ -104,6 +105,7 @@ std::string trackReportText(const TrackReport& report)
                         rounded(report.readSeconds, 2), rounded(report.solveAllSeconds, 2),
                         rounded(report.writeSeconds, 2),
                         static_cast<double>(count) / std::max(report.totalSeconds, 1e-9));
+    text += fmt::format("  written  {}\n", factsText(report.written));
     if (report.maxMeanError)
         text += fmt::format("  wanted   a mean of at most {} ({} %): {}\n", rounded(*report.maxMeanError),
                             rounded(report.percent(*report.maxMeanError)), report.missed ? "missed" : "met");

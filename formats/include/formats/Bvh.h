@@ -78,10 +78,18 @@ BvhReadResult readBvh(std::string_view text, const BvhReadOptions& options = {})
 /// Reads a BVH file; a file that cannot be opened is an error on line 0.
 BvhReadResult readBvhFile(const std::string& path, const BvhReadOptions& options = {});
 
+struct BvhWriteOptions {
+    std::vector<bool> exact; // by place in `values`: numbers that are written with all their digits
+};
+
+/// The text, or on line 0 which number a reader of it would refuse.
+using BvhWriteResult = std::variant<std::string, BvhError>;
+
 /// The file's text. Offsets and frame time keep their text. Values are rounded to 6 decimals, or to as many
 /// more as it takes to keep every world position within 1e-6 of the figure's height (see `guessFigure`). What
-/// is not finite is written as 0; in names, characters that would end them are written as `_`.
-std::string writeBvh(const BvhMotion& motion);
+/// is not finite is written as 0, what is larger than a reader takes is refused; in names, characters that
+/// would end them are written as `_`.
+BvhWriteResult writeBvh(const BvhMotion& motion, const BvhWriteOptions& options = {});
 
 /// Rigid transform of a joint in its parent's space, or in the world for a root.
 struct LocalPose {

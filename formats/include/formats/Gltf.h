@@ -127,6 +127,8 @@ struct Gltf {
     std::vector<GltfAnimation> animations;
     VrmKind vrm = VrmKind::None;
     std::vector<GltfHumanBone> humanBones; // in the file's order
+    std::vector<int> expressions; // of a VRM animation: nodes whose x translation is an expression's weight
+    int lookAt = -1; // of a VRM animation: the node whose rotation is the gaze
     std::string generator;
     std::vector<GltfNote> notes;
     std::shared_ptr<const GltfSource> source; // null when not read from a file
@@ -154,9 +156,19 @@ GltfPose restPose(const Gltf& gltf);
 /// transforms.
 GltfPose sampleAnimation(const Gltf& gltf, std::size_t animation, double time);
 
+/// A track's value at a time, held outside its keys: a unit quaternion, or three numbers and a 0.
+std::array<double, 4> sampleTrack(const GltfTrack& track, double time);
+
 /// Seconds between the frames that an animation was made of: the middle one of the steps between keys of its
 /// longest track. Steps under 1 or over 100 milliseconds are poses rather than frames: then it is 1/30.
 double frameStep(const GltfAnimation& animation);
+
+/// Adds times 1/30 of a second apart wherever rising times lie more than 100 milliseconds apart; whoever
+/// keeps the pose at all of them keeps the motion. What lasts for hours is left as it is.
+std::vector<double> withoutGaps(const std::vector<double>& times);
+
+/// The times of all keys of an animation, rising and without gaps.
+std::vector<double> frameTimes(const GltfAnimation& animation);
 
 /// T * R * S.
 GltfMatrix localMatrix(const GltfTransform& transform);

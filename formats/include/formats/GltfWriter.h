@@ -12,24 +12,53 @@
 
 namespace formats {
 
-/// Keys of a node, linear between them. Each list of values is empty or has one for every time.
-struct GltfNodeKeys {
+/// A property of a node that keys can move.
+struct GltfProperty {
     int node = 0;
-    std::vector<std::array<double, 3>> translations;
-    std::vector<std::array<double, 4>> rotations; // x, y, z, w; made unit length and of the nearer sign
-    std::vector<std::array<double, 3>> scales;
+    GltfPath path = GltfPath::Translation;
+
+    auto operator<=>(const GltfProperty&) const = default;
 };
 
-/// A motion: all its nodes have keys at the same times.
+/// A motion, each of its tracks with times of its own.
 struct GltfClip {
-    std::string name;
-    std::vector<double> times; // seconds, from 0 up, rising; told apart in single precision
-    std::vector<GltfNodeKeys> keys; // every node at most once
+    std::string name; // of an animation that is added; one that is replaced keeps its own
+    std::vector<GltfTrack> tracks; // rotations are made unit length, and without tangents of the nearer sign
+    std::vector<GltfProperty> still; // get no channel, so that they stand as their node says
+};
+
+/// From one time to another, seconds.
+struct GltfSpan {
+    double from = 0;
+    double to = 0;
 };
 
 struct GltfWriteOptions {
-    int replaceAnimation = -1; // index of the animation that the clip takes the place of; -1 adds one
+    int base = -1; // animation whose channels come along, those aside that the clip has a track for
+    int place = -1; // animation whose place the clip takes; -1 adds one
+    std::optional<GltfSpan> span{}; // everything that is written is cut to it
 };
+
+/// Adds the values of one key to a track's.
+template <std::size_t Width>
+void addKey(GltfTrack& track, double time, const std::array<double, Width>& value)
+{
+    track.times.push_back(time);
+    track.values.insert(track.values.end(), value.begin(), value.end());
+}
+
+/// Takes out of the clip what a file such as this can't hold or has no use for: keys of nodes that show a
+/// skinned mesh or have a sheared matrix; in a VRM animation scales, translations of bones other than the
+/// hips, keys of eyes, and all but the weight of an expression and the turn of the gaze. Tracks that only
+/// repeat what their node says become still properties. Returns what was left out although it moves, a
+/// sentence each.
+std::vector<GltfNote> fitClip(const Gltf& gltf, GltfClip& clip);
+
+/// A name that no animation of the file has: the wanted one, where need be with a number.
+std::string freeClipName(const Gltf& gltf, const std::string& wanted);
+
+/// The part of a track between two times; its value is held where it has no key there.
+GltfTrack cutTrack(const GltfTrack& track, const GltfSpan& span);
 
 /// A bone of a character written from scratch; parents come first.
 struct GltfBone {
@@ -44,9 +73,10 @@ struct GltfSkeletonOptions {
 
 using GltfWriteResult = std::variant<std::string, GltfError>;
 
-/// The bytes of a GLB: the file that was read with the clip added, or put in the place of an animation, of
-/// which channels that the clip has no keys for stay (other nodes, other properties, morph weights).
-/// Everything else of its JSON stays, and every byte of its buffers. A clip without keys changes nothing.
+/// The bytes of a GLB: the file that was read with the clip added, or put in the place of an animation.
+/// Channels of the base that the clip says nothing about come along as they are (other nodes, other
+/// properties, morph weights). Everything else of its JSON stays, and every byte of its buffers. A clip that
+/// says nothing changes nothing.
 /// Buffers in files of their own, and images that are found beside the file, go into the GLB; images that are
 /// not found keep their place. Nodes with keys that had a matrix get translation, rotation and scale in its
 /// place.

@@ -79,6 +79,15 @@ struct HumanoidRoles {
 /// what isn't human is answered with `recognised` false.
 HumanoidRoles findHumanoidRoles(const std::vector<RoleJoint>& joints);
 
+/// Directions at rest, in the world.
+struct StandingAxes {
+    std::array<double, 3> left, up, forward;
+};
+
+/// The axes of a figure: those of its file when it stands upright in it, so that a stoop at rest stays a
+/// stoop.
+StandingAxes standingAxes(const HumanoidRoles& roles);
+
 /// `left upper arm`, `spine 2` and the like; `none` for a joint without a role.
 std::string roleText(const JointRole& role);
 

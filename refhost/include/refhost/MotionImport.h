@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,7 @@ struct MotionImportOptions {
     bool endSites = true; ///< end sites become locators named `JOINT_end`
     bool motion = true; ///< without it the figure comes in its rest pose alone
     std::size_t animation = 0; ///< of a glTF file, which may have several or none
+    bool meshes = true; ///< without them a glTF file's nodes come alone
 };
 
 struct MotionImport {
@@ -56,6 +58,7 @@ public:
     std::string text; ///< or the bytes, as GLB with everything in it
     bool gltf = false;
     OffsetReading offsets = OffsetReading::Guess;
+    std::size_t animation = 0; ///< of glTF: the one that was imported
     std::vector<ItemId>
         items; ///< by joint or node of the file, end sites included; 0 for those that were left out
 
@@ -85,21 +88,36 @@ ResultOf<MotionImport> importMotionText(Scene& scene, std::string_view text, con
 
 struct MotionExportOptions {
     Item* root = nullptr; ///< an item of the imported hierarchy or above it; null: the only imported one
+    std::string ending{}; ///< .bvh, .glb, .vrm or .vrma; empty: .bvh or .glb, as the import was
+    std::optional<double> rate{}; ///< frames a second; without: at the times of the source's keys
+    std::optional<double> from{}, to{}; ///< seconds; without: as long as what drives the figure moves
+    std::optional<std::size_t>
+        animation{}; ///< of glTF: the one to replace; without: the one that was imported
+    bool append = false; ///< of glTF: adds an animation
+    std::string name{}; ///< of an added animation where the imported one has none
 };
 
 struct MotionExport {
-    std::size_t frameCount = 0;
+    std::string clip; ///< name of the animation; of BVH empty
+    double from = 0, to = 0; ///< seconds
+    std::size_t frameCount = 0; ///< of BVH
+    std::size_t keyCount = 0; ///< of glTF: of all its channels of nodes
+    std::size_t jointCount = 0; ///< that move
+    std::size_t changedJointCount = 0; ///< that don't say what the imported file says
     std::size_t missingJointCount = 0; ///< joints without an item now; they keep what the file said
     std::size_t lossCount = 0; ///< joints in frames that the file's channels could not say in full
     std::string worstLoss; ///< a sentence about the largest one; empty without losses
+    std::vector<std::string> notes; ///< what the format can't hold
 };
 
-/// Writes the evaluated world transforms of an imported hierarchy into the file's own channels, frame by
-/// frame; of glTF they become an animation in the place of the first. Refused when the scene has no imported
-/// motion, or several and no root was given.
+/// Writes the evaluated motion of an imported hierarchy as its file with the motion in it, or in another
+/// format. What the scene doesn't move otherwise than the file does comes back as it was: channels, keys,
+/// interpolation and times, to the bit. What was edited has keys where the file and the user have them, or at
+/// the rate; what a rig or a link drives at the frames of the motion that drives it. Refused when the scene
+/// has no imported motion, or several and no root was given, and in setup mode.
 ResultOf<MotionExport> exportMotion(Scene& scene, const std::string& path,
                                     const MotionExportOptions& options = {});
-/// The same; the file's text goes to `out`.
+/// The same; the file's bytes go to `out`.
 ResultOf<MotionExport> exportMotionText(Scene& scene, std::string& out,
                                         const MotionExportOptions& options = {});
 
