@@ -9,6 +9,7 @@
 #include "run/RunCommand.h"
 #include "shared/Console.h"
 #include "shared/OptionRange.h"
+#include "shared/Version.h"
 #include "shot/ScenePicture.h"
 #include "shot/ShotCommand.h"
 #include "track/TrackCommand.h"
@@ -31,7 +32,6 @@ namespace app {
 
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
 constexpr double kMostNumber = 1e6; // more is a slip
 constexpr double kMostTime = 1e9; // seconds, as far as a scene goes
 
@@ -117,6 +117,35 @@ void addSolveOptions(CLI::App& command, TrackSettings& settings)
                      "start every frame from rest rather than from the frame\nbefore");
 }
 
+void addBatch(CLI::App& command, BatchOptions& options)
+{
+    command
+        .add_option("--jobs", options.jobs, "several sources: so many at a time; without: one for each\ncore")
+        ->type_name("COUNT")
+        ->check(wholeNumber(1, kMostJobs));
+    command.add_flag("--again", options.again, "several sources: also those that are done and unchanged");
+}
+
+/// The options that were given, as words to give them again to each of several sources.
+std::vector<std::string> givenWords(const CLI::App& command)
+{
+    constexpr std::string_view kOfTheWhole[] = {"output", "report", "report-json", "json", "jobs", "again"};
+    std::vector<std::string> words;
+    for (const CLI::Option* option : command.get_options()) {
+        if (option->count() == 0 || option->get_lnames().empty())
+            continue;
+        const std::string& name = option->get_lnames().front();
+        if (std::find(std::begin(kOfTheWhole), std::end(kOfTheWhole), name) != std::end(kOfTheWhole))
+            continue;
+        if (option->get_items_expected_max() == 0)
+            words.push_back("--" + name);
+        else
+            for (const std::string& value : option->results())
+                words.push_back("--" + name + "=" + value);
+    }
+    return words;
+}
+
 void addReports(CLI::App& command, std::string& htmlFile, std::string& jsonFile, bool& json)
 {
     command.add_option("--report", htmlFile, "write a page with the animated figures and plots")
@@ -134,16 +163,18 @@ void addTrack(CLI::App& program, Action& action)
     CLI::App* command =
         program.add_subcommand("track", "Solves a motion anew from the motion of a few of its joints.");
     command
-        ->add_option(
-            "IN", options->motion.file,
-            "file with the source motion: BVH or glTF (.bvh, .gltf,\n.glb, .vrm); - for the standard input")
+        ->add_option("IN", options->files,
+                     "file with the source motion: BVH or glTF (.bvh, .gltf,\n.glb, .vrm), - for the "
+                     "standard input; or "
+                     "several files")
         ->type_name("")
         ->check(fileName())
         ->required();
     command
-        ->add_option(
-            "-o,--output", options->output,
-            "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; - for the standard output")
+        ->add_option("-o,--output", options->output,
+                     "the same file with the solved motion: .bvh for BVH, .glb\nfor glTF; - for the standard "
+                     "output; a "
+                     "folder for several")
         ->type_name("OUT")
         ->check(fileName())
         ->required();
@@ -171,14 +202,20 @@ void addTrack(CLI::App& program, Action& action)
             "length in file units")
         ->type_name("LIMIT");
     addReports(*command, options->htmlFile, options->jsonFile, options->json);
+    addBatch(*command, options->batch);
     addMotionOptions(*command, options->motion);
     command->footer(
-        "Exit codes: 0 done, 1 done but --max-mean-error was missed, 2 bad input, 3 internal error.\n\n"
+        "Exit codes: 0 done, 1 done but --max-mean-error was missed, 2 bad input, 3 internal error.\n"
+        "Of several files a bad one doesn't stop the others.\n\n"
         "Examples:\n"
         "  sinew track walk.bvh -o solved.bvh --report solved.html\n"
         "  sinew track walk.bvh -o solved.bvh --goal LeftHand --goal Head:both --frames 0:99\n"
-        "  sinew track fox.glb -o solved.glb --animation Run\n");
-    command->callback([options, &action] { action = [options] { return runTrack(*options); }; });
+        "  sinew track fox.glb -o solved.glb --animation Run\n"
+        "  sinew track clips/*.bvh -o results --jobs 4\n");
+    command->callback([options, command, &action] {
+        options->batch.words = givenWords(*command);
+        action = [options] { return runTrack(*options); };
+    });
 }
 
 void addRetargetLimits(CLI::App& command, RetargetLimits& limits)
@@ -239,12 +276,7 @@ void addRetarget(CLI::App& program, Action& action)
     addSteps(*command, options->settings.steps, options->settings.tolerance);
     addRetargetLimits(*command, options->limits);
     addReports(*command, options->htmlFile, options->jsonFile, options->json);
-    command
-        ->add_option("--jobs", options->jobs,
-                     "several sources: so many at a time; without: one for each\ncore")
-        ->type_name("COUNT")
-        ->check(wholeNumber(1, 256));
-    command->add_flag("--again", options->again, "several sources: also those that are done and unchanged");
+    addBatch(*command, options->batch);
     command
         ->add_option("--offsets", options->offsets,
                      "what position channels do to a BVH joint's OFFSET:\nguess, replace or add")
@@ -257,7 +289,10 @@ void addRetarget(CLI::App& program, Action& action)
                     "  sinew retarget walk.bvh hero.glb -o hero_walk.glb --report walk.html\n"
                     "  sinew retarget walk.bvh hero.glb --write-map hero.map\n"
                     "  sinew retarget clips/*.bvh hero.glb -o results --jobs 4\n");
-    command->callback([options, &action] { action = [options] { return runRetarget(*options); }; });
+    command->callback([options, command, &action] {
+        options->batch.words = givenWords(*command);
+        action = [options] { return runRetarget(*options); };
+    });
 }
 
 void addBench(CLI::App& program, Action& action)
@@ -287,6 +322,11 @@ void addCheck(CLI::App& program, Action& action)
         ->type_name("NAME")
         ->allow_extra_args(false);
     command->add_flag("--list", options->list, "name the checks and run none");
+    command->add_option("--time-limit", options->seconds, "that one check may take")
+        ->type_name("SECONDS")
+        ->check(wholeNumber(1, 3600))
+        ->capture_default_str();
+    command->add_option("--passed-to", options->passedTo)->group(""); // from this program to itself
     command->add_flag("--in-process", options->inProcess,
                       "don't start a process for each check, as under a debugger");
     command->add_flag("--json", options->json, "write JSON to the standard output");

@@ -5,15 +5,13 @@
 #include "module/ChannelSetup.h"
 #include "module/ModuleTool.h"
 #include "refhost/Commands.h"
+#include "refhost/LibraryFile.h"
 #include "refhost/ToolHost.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <dlfcn.h>
-#include <fstream>
 #include <sstream>
-#include <sys/stat.h>
 
 namespace refhost {
 namespace {
@@ -66,14 +64,8 @@ bool sameChannels(const std::vector<ChannelDefinition>& a, const ChannelDefiniti
 ResultOf<std::unique_ptr<Library>> Library::open(const std::string& path)
 {
     using Answer = ResultOf<std::unique_ptr<Library>>;
-    struct stat status { };
-    if (stat(path.c_str(), &status) != 0)
-        return Answer::failure("There is no module '" + path + "': " + std::strerror(errno)
-                               + ". Give the path of a module, such as ik.zx.");
-    if (S_ISDIR(status.st_mode))
-        return Answer::failure("'" + path + "' is a folder. Give the path of a module, such as ik.zx.");
-    if (!std::ifstream(path, std::ios::binary))
-        return Answer::failure("The module '" + path + "' can't be read: " + std::strerror(errno) + ".");
+    if (Result whole = checkLibraryFile(path); !whole.ok())
+        return Answer::failure(std::move(whole.message));
     // A bare name would be looked for in the system's folders.
     const std::string place = path.find('/') == std::string::npos ? "./" + path : path;
     void* handle = dlopen(place.c_str(), RTLD_NOW | RTLD_LOCAL);

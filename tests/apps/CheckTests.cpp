@@ -13,7 +13,7 @@ struct Fault {
 constexpr Fault kFaults[] = {
     {"leak", "references"},       {"order", "names"},          {"twice", "entry-twice"},
     {"past-end", "tag-past-end"}, {"crash", "unknown-server"}, {"wrong-id", "wrong-id"},
-    {"symbols", "symbols"},
+    {"symbols", "symbols"},       {"exit", "unknown-server"},  {"exit-at-once", "unknown-server"},
 };
 
 std::string faultyModule(const char* fault)
@@ -70,13 +70,46 @@ TEST(Check, OneCheckAloneAndFilesThatAreNoModule)
     EXPECT_EQ(unknown.code, 2);
     EXPECT_NE(unknown.err.find("--list"), std::string::npos);
 
-    sinew.write("text.zx", "this is no module");
-    std::string cut = ProgramRun::bytesOf(SINEW_MODULE_FILE);
-    cut.resize(cut.size() / 2);
-    sinew.write("cut.zx", cut);
-    for (const char* file : {"text.zx", "cut.zx", "missing.zx", "."}) {
-        const ProgramResult result = sinew({"check", file});
-        EXPECT_EQ(result.code, 2) << file << result.out;
-        EXPECT_NE(result.err.find(file), std::string::npos) << result.err;
-    }
+    EXPECT_EQ(sinew({"check", faultyModule("exit"), "--only", "unknown-server", "--in-process"}).code, 1);
+}
+
+TEST(Check, AModuleThatNeverEndsIsEndedEvenWhileItTalks)
+{
+    const ProgramRun sinew;
+    const ProgramResult result =
+        sinew({"check", faultyModule("chatter"), "--only", "unknown-server", "--time-limit", "1"});
+    EXPECT_EQ(result.code, 1) << result.err;
+    EXPECT_NE(result.out.find("no answer in 1 second"), std::string::npos) << result.out.substr(0, 500);
+}
+
+TEST(Check, AFileThatIsNoWholeModuleIsNeverLoaded)
+{
+    const ProgramRun sinew;
+    const std::string whole = ProgramRun::bytesOf(SINEW_MODULE_FILE);
+    const auto changed = [&](std::size_t at, char byte) {
+        std::string bytes = whole;
+        bytes[at] = byte;
+        return bytes;
+    };
+    std::map<std::string, std::string> files = {
+        {"text.zx", "this is no module"}, {"empty.zx", ""},
+        {"class.zx", changed(4, 1)},      {"order.zx", changed(5, 2)},
+        {"program.zx", changed(16, 2)},   {"machine.zx", changed(18, '\x7f')}};
+    for (std::size_t part = 1; part < 12; ++part)
+        files["cut" + std::to_string(part) + ".zx"] = whole.substr(0, whole.size() * part / 12);
+    files["end.zx"] = whole.substr(0, whole.size() - 1);
+    files["head.zx"] = whole.substr(0, 30);
+    files["zeros.zx"] =
+        whole.substr(0, whole.size() / 2) + std::string(whole.size() - whole.size() / 2, '\0');
+    sinew.write("empty.txt", "");
+    for (const auto& [name, bytes] : files)
+        sinew.write(name, bytes);
+    files["missing.zx"] = files["."] = "";
+    for (const auto& [name, bytes] : files)
+        for (const std::vector<std::string>& words :
+             {std::vector<std::string>{"check", name}, {"run", "empty.txt", "--module", name}}) {
+            const ProgramResult result = sinew(words);
+            EXPECT_EQ(result.code, 2) << words[0] << " " << name << result.out;
+            EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+        }
 }

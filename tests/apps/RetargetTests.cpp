@@ -326,8 +326,45 @@ TEST(Retarget, ABatchGivesTheSameBytesHoweverManyRunAtOnceAndGoesOnWhereItStoppe
     // Unchanged files are left alone; a changed source and a spoilt result are made again.
     sinew.write("cmu.bvh", sinew.read("cmu.bvh") + "\n");
     sinew.write("one/smpl.bvh", "cut");
-    EXPECT_EQ(states(batch("one", "2")), "kept failed done done ");
+    const ProgramResult again = batch("one", "2");
+    EXPECT_EQ(states(again), "kept failed done done ");
+    EXPECT_NE(again.err.find("one/smpl.bvh is gone or was changed; smpl.bvh is made again"),
+              std::string::npos)
+        << again.err;
     EXPECT_EQ(sinew.read("one/smpl.bvh"), sinew.read("three/smpl.bvh"));
+}
+
+TEST(Retarget, ABatchOntoAVrmCharacterKeepsItsEndingAndNamesMissedLimits)
+{
+    const ProgramRun sinew;
+    sinew.write("mixamo.bvh", swinging(tableNamed("mixamo")));
+    ASSERT_EQ(retarget(sinew, {"mixamo.bvh", "mixamo.bvh", "-o", "hero.glb"}).code, 0);
+    sinew.write("hero.VRM", sinew.read("hero.glb"));
+    const ProgramResult result =
+        retarget(sinew, {"mixamo.bvh", "hero.VRM", "-o", "out", "--max-foot=0", "--max-hand", "0"});
+    EXPECT_EQ(result.code, 1) << result.err;
+    EXPECT_TRUE(sinew.exists("out/mixamo.vrm"));
+    EXPECT_NE(result.out.find("foot, mean residual: "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("is above the limit of 0 %; and 2 more"), std::string::npos) << result.out;
+}
+
+TEST(Retarget, AStillClipHasNoStepsToCompare)
+{
+    const ProgramRun sinew;
+    // A millionth of a degree from frame to frame, which the rig follows with noise of its own.
+    sinew.write("still.bvh", swinging(tableNamed("mixamo")));
+    formats::BvhMotion still = sinew.motion("still.bvh");
+    for (std::size_t frame = 0; frame < still.frameCount; ++frame)
+        for (std::size_t i = 0; i < still.channelCount; ++i)
+            still.values[frame * still.channelCount + i] =
+                still.values[i] + (i > 2 ? 1e-5 * static_cast<double>(frame % 2) : 0);
+    sinew.write("still.bvh", formats::writeBvh(still));
+    sinew.write("target.bvh", swinging(tableNamed("smpl")));
+    const ProgramResult result =
+        retarget(sinew, {"still.bvh", "target.bvh", "-o", "out.bvh", "--max-step", "1.1", "--json"});
+    EXPECT_EQ(result.code, 0) << result.out;
+    EXPECT_LT(result.json()["step_ratio"].get<double>(), 1.1);
+    EXPECT_LT(result.json()["joint_step"]["source"]["degrees"].get<double>(), 0.5);
 }
 
 TEST(Retarget, MissedLimitsAndBadInputHaveTheirExitCodes)

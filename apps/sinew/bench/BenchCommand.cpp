@@ -110,18 +110,18 @@ void printJson(const std::vector<Row>& rows, const std::vector<Row>& blockRows)
                          {"blocks", row.run.blocks},
                          {"solves", row.run.solves},
                          {"iterations", row.run.iterations},
-                         {"nanosecondsPerIteration", row.nanosecondsPerIteration()},
-                         {"microsecondsPerSolve", row.microsecondsPerSolve()},
-                         {"divergedSolves", row.run.diverged},
-                         {"poseHash", hashText(row.run)},
-                         {"iterationsTo1Percent", iterations[0]},
-                         {"iterationsTo0.1Percent", iterations[1]},
-                         {"stableToPCoefficient", row.stableTo}});
+                         {"nanoseconds_per_iteration", row.nanosecondsPerIteration()},
+                         {"microseconds_per_solve", row.microsecondsPerSolve()},
+                         {"diverged_solves", row.run.diverged},
+                         {"pose_hash", hashText(row.run)},
+                         {"iterations_to_1_percent", iterations[0]},
+                         {"iterations_to_0.1_percent", iterations[1]},
+                         {"stable_to_p_coefficient", row.stableTo}});
     }
     for (const Row& row : blockRows)
         blocks.push_back(
-            {{"blocks", row.run.blocks}, {"nanosecondsPerIteration", row.nanosecondsPerIteration()}});
-    print(jsonText({{"works", works}, {"timeAgainstBlocks", blocks}}));
+            {{"blocks", row.run.blocks}, {"nanoseconds_per_iteration", row.nanosecondsPerIteration()}});
+    print(jsonText({{"works", works}, {"time_against_blocks", blocks}}));
 }
 
 int printHashes(bool json)
@@ -134,7 +134,7 @@ int printHashes(bool json)
             print(work.name + ' ' + hash + '\n');
     }
     if (json)
-        print(jsonText({{"poseHashes", hashes}}));
+        print(jsonText({{"pose_hashes", hashes}}));
     return kExitDone;
 }
 

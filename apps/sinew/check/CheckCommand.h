@@ -13,6 +13,8 @@ struct CheckOptions {
     bool list = false; ///< name the checks and run none
     bool inProcess = false; ///< run in this process, where a crash ends the program
     bool json = false;
+    int seconds = 60; ///< that one check may take
+    int passedTo = -1; ///< in the process of one check: the file descriptor that is told when it passed
 };
 
 /// Runs the checks, each in a process of its own. kExitMissed when one fails. Throws BadInput for a file that

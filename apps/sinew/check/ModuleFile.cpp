@@ -5,12 +5,14 @@
 #include "shared/Console.h"
 
 #include <fmt/format.h>
+#include <refhost/LibraryFile.h>
 
 #include <cstring>
 #include <dlfcn.h>
 #include <elf.h>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace app {
 
@@ -42,17 +44,10 @@ std::string textAt(const std::vector<char>& bytes, std::uint64_t offset, const s
 
 std::vector<std::string> exportedSymbols(const std::string& path)
 {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        throw BadInput(
-            fmt::format("{}: there is no such file; give the path of a built module, such as ik.zx", path));
+    if (const refhost::Result whole = refhost::checkLibraryFile(path); !whole.ok())
+        throw BadInput(whole.message);
     std::ifstream stream(path, std::ios::binary);
-    std::vector<char> bytes(static_cast<std::size_t>(std::filesystem::file_size(path, error)));
-    if (error || !stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-        throw BadInput(fmt::format("{}: the file can't be read; check its permissions", path));
-    if (bytes.size() < sizeof(Elf64_Ehdr) || std::memcmp(bytes.data(), ELFMAG, SELFMAG) != 0
-        || bytes[EI_CLASS] != ELFCLASS64)
-        throw BadInput(fmt::format("{}: this is no module, that is, no 64-bit shared library", path));
+    const std::vector<char> bytes(std::istreambuf_iterator<char>(stream), {});
     const auto header = recordAt<Elf64_Ehdr>(bytes, 0, path);
     std::vector<std::string> names;
     for (std::uint64_t s = 0; s < header.e_shnum; ++s) {

@@ -2,6 +2,10 @@
 // Summarises the measurements of a tracked motion.
 #include "report/TrackReport.h"
 
+#include "shared/Console.h"
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -82,7 +86,11 @@ void summarise(TrackReport& report, const GoalSamples& samples)
     }
     report.solveSeconds = spreadOf(std::move(seconds), report.firstFrame);
     report.iterations = spreadOf(std::move(iterations), report.firstFrame);
-    report.missed = report.maxMeanError && !(report.distance.mean <= *report.maxMeanError);
+    if (report.maxMeanError && !(report.distance.mean <= *report.maxMeanError))
+        report.missed.push_back(
+            fmt::format("mean residual: {} ({} %) is above the limit of {} ({} %)",
+                        rounded(report.distance.mean, 3), rounded(report.percent(report.distance.mean), 3),
+                        rounded(*report.maxMeanError, 3), rounded(report.percent(*report.maxMeanError), 3)));
 }
 
 } // namespace app

@@ -91,7 +91,7 @@ struct TrackReport {
     double readSeconds = 0, solveAllSeconds = 0, writeSeconds = 0, totalSeconds = 0;
 
     std::optional<double> maxMeanError; ///< file units, as the user stated
-    bool missed = false; ///< the mean distance exceeds it
+    std::vector<std::string> missed; ///< sentences about limits of the user that were missed
     std::vector<std::string> warnings;
     std::string title; ///< of the page, in the place of `tracked motion`
     std::vector<DirectionReport> directions; ///< of a retargeted motion

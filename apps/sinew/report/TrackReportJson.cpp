@@ -114,7 +114,8 @@ Json trackReportJson(const TrackReport& report)
           {"total", report.totalSeconds},
           {"frames_per_second", count / std::max(report.totalSeconds, 1e-9)}}},
         {"max_mean_error", report.maxMeanError ? Json(*report.maxMeanError) : Json(nullptr)},
-        {"met", !report.missed},
+        {"met", report.missed.empty()},
+        {"missed", report.missed},
         {"warnings", report.warnings},
     };
 }

@@ -6,6 +6,7 @@
 #include "formats/RolePairs.h"
 #include "shared/Console.h"
 #include "shared/Files.h"
+#include "shared/TextTable.h"
 
 #include <fmt/format.h>
 
@@ -275,19 +276,11 @@ std::string jointMapFile(const JointMap& map, const FigureFile& source, const Fi
 
 std::string jointMapTable(const JointMap& map, const FigureFile& source, const FigureFile& target)
 {
-    std::size_t from = 12, to = 12, role = 4;
-    for (const MapPair& pair : map.pairs) {
-        from = std::max(from, printable(source.name(pair.source)).size());
-        to = std::max(to, printable(target.name(pair.target)).size());
-        role = std::max(role, formats::roleText(pair.role).size());
-    }
-    std::string text = fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", "source joint", from, "target joint", to,
-                                   "role", role, "found by");
+    TextTable table({{"source joint"}, {"target joint"}, {"role"}, {"found by"}});
     for (const MapPair& pair : map.pairs)
-        text += fmt::format("  {:<{}}  {:<{}}  {:<{}}  {}\n", printable(source.name(pair.source)), from,
-                            printable(target.name(pair.target)), to, formats::roleText(pair.role), role,
-                            pair.why);
-    return text;
+        table.add({printable(source.name(pair.source)), printable(target.name(pair.target)),
+                   formats::roleText(pair.role), pair.why});
+    return table.text();
 }
 
 } // namespace app

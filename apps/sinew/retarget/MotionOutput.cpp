@@ -3,12 +3,12 @@
 #include "retarget/MotionOutput.h"
 
 #include "shared/Console.h"
+#include "shared/Files.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 namespace app {
 
@@ -33,9 +33,7 @@ Matrix33 uprightTurn(const formats::FigureGuess& figure)
 
 OutputFormat outputFormat(const std::string& path)
 {
-    std::string ending = std::filesystem::path(path).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::string ending = endingOf(path);
     if (ending == ".bvh")
         return OutputFormat::Bvh;
     if (ending == ".glb" || ending == ".vrm")

@@ -3,7 +3,6 @@
 #include "retarget/RetargetCommand.h"
 
 #include "report/TrackReportHtml.h"
-#include "retarget/RetargetBatch.h"
 #include "retarget/RetargetRun.h"
 #include "shared/Clock.h"
 #include "shared/Console.h"
@@ -120,7 +119,41 @@ int retargetOne(const RetargetOptions& options)
         print(jsonText(retargetReportJson(report)));
     else
         print(retargetReportText(report), textStream);
-    return report.missed.empty() ? kExitDone : kExitMissed;
+    return report.motion.missed.empty() ? kExitDone : kExitMissed;
+}
+
+double worstDirection(const Json& report)
+{
+    double worst = 0;
+    for (const Json& direction : report.at("directions"))
+        worst = std::max(worst, direction.at("degrees").at("mean").get<double>());
+    return worst;
+}
+
+int retargetMany(const RetargetOptions& options)
+{
+    if (options.output.empty())
+        throw BadInput("several sources need a folder for the results: -o FOLDER");
+    if (!options.htmlFile.empty() || !options.jsonFile.empty() || !options.writeMap.empty()
+        || !options.format.empty())
+        throw BadInput(
+            "--report, --report-json, --write-map and --format are for one source; each source of several "
+            "gets a report of its own beside its result");
+    Batch batch;
+    batch.subcommand = "retarget";
+    batch.sources.assign(options.files.begin(), options.files.end() - 1);
+    batch.shared = {{"TARGET", options.files.back()}, {"--map", options.map}};
+    batch.folder = options.output;
+    batch.options = options.batch;
+    batch.json = options.json;
+    batch.columns = residualColumns();
+    batch.columns.push_back({"direction", TextTable::Align::Right});
+    batch.cells = [](const Json& report) {
+        std::vector<std::string> cells = residualCells(report);
+        cells.push_back(rounded(worstDirection(report), 3) + " deg");
+        return cells;
+    };
+    return runBatch(batch);
 }
 
 } // namespace
@@ -132,7 +165,7 @@ int runRetarget(const RetargetOptions& options)
     std::error_code code;
     const bool folder = fs::is_directory(options.output, code);
     if (options.files.size() > 2 || folder)
-        return runRetargetBatch(options);
+        return retargetMany(options);
     if (options.output.empty() && options.writeMap.empty())
         throw BadInput("give an output with -o FILE, or --write-map FILE for the map alone");
     return retargetOne(options);

@@ -4,6 +4,7 @@
 
 #include "retarget/RetargetReport.h"
 #include "retarget/RetargetScene.h"
+#include "shared/Batch.h"
 
 #include <string>
 #include <vector>
@@ -18,8 +19,7 @@ struct RetargetOptions {
     std::string offsets = "guess";
     std::string htmlFile, jsonFile;
     bool json = false;
-    bool again = false; ///< several sources: also those that are done
-    std::size_t jobs = 0; ///< 0: one for each core
+    BatchOptions batch; ///< for several sources
     RetargetSettings settings;
     RetargetLimits limits;
 };

@@ -4,6 +4,7 @@
 
 #include "report/TrackReportJson.h"
 #include "shared/Console.h"
+#include "shared/TextTable.h"
 
 #include <fmt/format.h>
 
@@ -13,13 +14,25 @@ namespace app {
 
 namespace {
 
+// Degrees: where the source all but stands still, a ratio to its steps would tell of noise.
+constexpr double kLeastStep = 0.5;
+
 std::string percent(double share) { return rounded(100 * share, 2) + " %"; }
 
-std::string directionRow(const DirectionReport& direction)
+TextTable spreadTable(const char* head)
 {
-    return fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", direction.name,
-                       rounded(direction.degrees.mean, 3), rounded(direction.degrees.p95, 3),
-                       rounded(direction.degrees.worst, 3), direction.degrees.worstFrame);
+    constexpr auto kRight = TextTable::Align::Right;
+    return TextTable({{head, TextTable::Align::Left, 16},
+                      {"mean", kRight, 7},
+                      {"p95", kRight, 7},
+                      {"worst", kRight, 7},
+                      {"frame", kRight, 6}});
+}
+
+void addRow(TextTable& table, const std::string& name, const Spread& spread, double factor)
+{
+    table.add({name, rounded(factor * spread.mean, 3), rounded(factor * spread.p95, 3),
+               rounded(factor * spread.worst, 3), std::to_string(spread.worstFrame)});
 }
 
 std::string footText(const FootReport& foot)
@@ -43,7 +56,7 @@ std::string limitsText(const RetargetReport& report)
 
 double RetargetReport::stepRatio() const
 {
-    return motion.sourceStep.degrees > 0 ? motion.solvedStep.degrees / motion.sourceStep.degrees : 0;
+    return motion.solvedStep.degrees / std::max(motion.sourceStep.degrees, kLeastStep);
 }
 
 void judge(RetargetReport& report)
@@ -52,8 +65,8 @@ void judge(RetargetReport& report)
     const auto check = [&](std::optional<double> limit, double value, const std::string& what,
                            const char* unit) {
         if (limit && !(value <= *limit))
-            report.missed.push_back(fmt::format("{}: {}{} is above the limit of {}{}", what,
-                                                rounded(value, 3), unit, rounded(*limit, 3), unit));
+            report.motion.missed.push_back(fmt::format("{}: {}{} is above the limit of {}{}", what,
+                                                       rounded(value, 3), unit, rounded(*limit, 3), unit));
     };
     for (const DirectionReport& direction : report.motion.directions) {
         check(limits.directionMean, direction.degrees.mean, direction.name + ", mean direction", " degrees");
@@ -68,7 +81,6 @@ void judge(RetargetReport& report)
             check(limits.handMean, mean, goal.role + ", mean residual", " %");
     }
     check(limits.stepRatio, report.stepRatio(), "largest joint step to the source's", "");
-    report.motion.missed = !report.missed.empty();
 
     auto& facts = report.motion.facts;
     facts.emplace_back("pairs",
@@ -78,7 +90,7 @@ void judge(RetargetReport& report)
     for (const FootReport& foot : report.feet)
         facts.emplace_back(foot.name, footText(foot));
     facts.emplace_back("limits", limitsText(report));
-    for (const std::string& missed : report.missed)
+    for (const std::string& missed : report.motion.missed)
         facts.emplace_back("missed", missed);
 }
 
@@ -93,18 +105,12 @@ std::string retargetReportText(const RetargetReport& report)
         motion.jointCount, report.pairCount, rounded(report.legScale, 3), rounded(report.armScale, 3));
     text += fmt::format("  frames   {}, {} s each\n\n", motion.frames.size(), rounded(motion.frameTime));
     text += report.mapTable + "\n";
-    text +=
-        fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", "goal (% height)", "mean", "p95", "worst", "frame");
+    TextTable goals = spreadTable("goal (% height)"), directions = spreadTable("direction (deg)");
     for (const GoalReport& goal : motion.goals)
-        text += fmt::format("  {:<16} {:>8} {:>8} {:>8} {:>7}\n", goal.role,
-                            rounded(motion.percent(goal.distance.mean), 3),
-                            rounded(motion.percent(goal.distance.p95), 3),
-                            rounded(motion.percent(goal.distance.worst), 3), goal.distance.worstFrame);
-    text += fmt::format("\n  {:<16} {:>8} {:>8} {:>8} {:>7}\n", "direction (deg)", "mean", "p95", "worst",
-                        "frame");
-    for (const DirectionReport& direction : report.motion.directions)
-        text += directionRow(direction);
-    text += "\n";
+        addRow(goals, goal.role, goal.distance, motion.percent(1));
+    for (const DirectionReport& direction : motion.directions)
+        addRow(directions, direction.name, direction.degrees, 1);
+    text += goals.text() + "\n" + directions.text() + "\n";
     for (const FootReport& foot : report.feet)
         text += fmt::format("  {:<16} {}\n", foot.name, footText(foot));
     if (motion.frames.size() > 1)
@@ -125,7 +131,7 @@ std::string retargetReportText(const RetargetReport& report)
                         rounded(motion.readSeconds, 2), rounded(motion.solveAllSeconds, 2),
                         rounded(motion.writeSeconds, 2),
                         static_cast<double>(motion.frames.size()) / std::max(motion.totalSeconds, 1e-9));
-    for (const std::string& missed : report.missed)
+    for (const std::string& missed : motion.missed)
         text += fmt::format("  missed   {}\n", missed);
     if (!motion.htmlFile.empty())
         text += fmt::format("  report   {}\n", printable(motion.htmlFile));
@@ -154,7 +160,6 @@ Json retargetReportJson(const RetargetReport& report)
     json["step_ratio"] = report.stepRatio();
     json["limits_exceeded"] = {{"joints_with_limits", report.limitedJoints},
                                {"count", report.limitsExceeded}};
-    json["missed"] = report.missed;
     return json;
 }
 

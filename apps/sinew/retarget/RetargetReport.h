@@ -40,12 +40,11 @@ struct RetargetReport {
     std::size_t limitsExceeded = 0; ///< joints in frames outside their limits
     std::size_t limitedJoints = 0; ///< joints that have limits
     RetargetLimits limits;
-    std::vector<std::string> missed; ///< sentences about limits of the user that were missed
 
     double stepRatio() const;
 };
 
-/// Fills `missed` and the further lines of the page.
+/// Fills `motion.missed` and the further lines of the page.
 void judge(RetargetReport& report);
 
 std::string retargetReportText(const RetargetReport& report);

@@ -132,6 +132,14 @@ void writeOutput(const std::string& path, std::string_view bytes)
         throw BadInput(*reason);
 }
 
+std::string endingOf(const std::string& path)
+{
+    std::string ending = fs::path(path).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
+    return ending;
+}
+
 std::string folderOf(const std::string& path)
 {
     if (path == kStandardStream)

@@ -33,6 +33,9 @@ std::string readInput(const NamedFile& input, const std::vector<NamedFile>& outp
 /// Writes an output, a file by way of a temporary name; throws BadInput.
 void writeOutput(const std::string& path, std::string_view bytes);
 
+/// `.bvh` and the like: the ending of a name in lower case, or nothing.
+std::string endingOf(const std::string& path);
+
 /// The folder that a file stands in; empty for the standard input.
 std::string folderOf(const std::string& path);
 

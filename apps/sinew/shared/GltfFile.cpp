@@ -13,18 +13,6 @@
 
 namespace app {
 
-namespace {
-
-std::string endingOf(const std::string& file)
-{
-    std::string ending = std::filesystem::path(file).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; });
-    return ending;
-}
-
-} // namespace
-
 bool hasGltfEnding(const std::string& file)
 {
     const std::string ending = endingOf(file);

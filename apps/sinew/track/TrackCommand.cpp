@@ -15,6 +15,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 
 namespace app {
 
@@ -89,7 +90,9 @@ std::optional<double> parseMaxMeanError(const std::string& text, double height)
     return percent ? value / 100 * height : value;
 }
 
-int runTrack(const TrackOptions& options)
+namespace {
+
+int trackOne(const TrackOptions& options)
 {
     const Clock::time_point start = Clock::now();
     const NamedFile input{"IN", options.motion.file};
@@ -132,7 +135,42 @@ int runTrack(const TrackOptions& options)
         print(jsonText(trackReportJson(report)));
     else
         print(trackReportText(report), isPiped(outputs) ? stderr : stdout);
-    return report.missed ? kExitMissed : kExitDone;
+    return report.missed.empty() ? kExitDone : kExitMissed;
+}
+
+int trackMany(const TrackOptions& options)
+{
+    if (!options.htmlFile.empty() || !options.jsonFile.empty())
+        throw BadInput(
+            "--report and --report-json are for one file; each of several gets a report of its own beside "
+            "its result");
+    Batch batch;
+    batch.subcommand = "track";
+    batch.sources = options.files;
+    batch.folder = options.output;
+    batch.options = options.batch;
+    batch.json = options.json;
+    batch.columns = residualColumns();
+    batch.columns.push_back({"joint step", TextTable::Align::Right});
+    batch.cells = [](const Json& report) {
+        const Json& step = report.at("joint_step").at("solved");
+        std::vector<std::string> cells = residualCells(report);
+        cells.push_back(step.is_null() ? "-" : rounded(step.at("degrees").get<double>(), 3) + " deg");
+        return cells;
+    };
+    return runBatch(batch);
+}
+
+} // namespace
+
+int runTrack(const TrackOptions& options)
+{
+    std::error_code code;
+    if (options.files.size() > 1 || std::filesystem::is_directory(options.output, code))
+        return trackMany(options);
+    TrackOptions one = options;
+    one.motion.file = options.files.front();
+    return trackOne(one);
 }
 
 } // namespace app

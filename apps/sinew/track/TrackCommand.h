@@ -2,6 +2,7 @@
 // `sinew track`: solves a captured motion from the motion of a few of its joints.
 #pragma once
 
+#include "shared/Batch.h"
 #include "shared/MotionFile.h"
 #include "track/TrackSolver.h"
 
@@ -12,8 +13,10 @@
 namespace app {
 
 struct TrackOptions {
-    MotionOptions motion;
-    std::string output;
+    std::vector<std::string> files; ///< one or several
+    MotionOptions motion; ///< its file is the one that is solved
+    std::string output; ///< a file, `-`, or for several a folder
+    BatchOptions batch; ///< for several
     std::string htmlFile, jsonFile;
     std::vector<std::string> goals; ///< JOINT or JOINT:pos|rot|both; empty: hands, feet and head
     TrackSettings settings;

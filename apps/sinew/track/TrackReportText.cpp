@@ -3,6 +3,7 @@
 #include "report/TrackReport.h"
 
 #include "shared/Console.h"
+#include "shared/TextTable.h"
 
 #include <fmt/format.h>
 
@@ -12,43 +13,39 @@ namespace app {
 
 namespace {
 
-/// A column of the goal table: a figure and its share of the figure's height.
-std::string distanceText(const TrackReport& report, double distance)
-{
-    return fmt::format("{:>10} {:>9}", rounded(distance, 3), rounded(report.percent(distance), 2) + " %");
-}
-
 std::string micros(double seconds) { return rounded(seconds * 1e6, 3); }
 
-std::string goalRow(const TrackReport& report, const std::string& role, const std::string& joint,
-                    const Spread& spread)
+/// A distance and its share of the figure's height.
+std::string distanceText(const TrackReport& report, double distance)
 {
-    return fmt::format("  {:<14} {:<20} {} {} {} {:>7}\n", role, joint, distanceText(report, spread.mean),
-                       distanceText(report, spread.p95), distanceText(report, spread.worst),
-                       spread.worstFrame);
-}
-
-std::string angleRow(const std::string& role, const std::string& joint, const Spread& spread)
-{
-    return fmt::format("  {:<14} {:<20} {:>16} deg {:>16} deg {:>16} deg {:>7}\n", role, joint,
-                       rounded(spread.mean, 3), rounded(spread.p95, 3), rounded(spread.worst, 3),
-                       spread.worstFrame);
+    return fmt::format("{} {:>9}", rounded(distance, 3), rounded(report.percent(distance), 2) + " %");
 }
 
 std::string goalTable(const TrackReport& report)
 {
-    std::string text = fmt::format("\n  {:<14} {:<20} {:>20} {:>20} {:>20} {:>7}\n", "goal", "joint", "mean",
-                                   "p95", "worst", "frame");
+    constexpr auto kRight = TextTable::Align::Right;
+    constexpr std::size_t kDistance = 20;
+    TextTable table({{"goal"},
+                     {"joint"},
+                     {"mean", kRight, kDistance},
+                     {"p95", kRight, kDistance},
+                     {"worst", kRight, kDistance},
+                     {"frame", kRight, 6}});
+    const auto add = [&](const std::string& role, const std::string& joint, const Spread& spread, auto text) {
+        table.add({role, printable(joint), text(spread.mean), text(spread.p95), text(spread.worst),
+                   std::to_string(spread.worstFrame)});
+    };
+    const auto distance = [&](double value) { return distanceText(report, value); };
+    const auto degrees = [](double value) { return rounded(value, 3) + " deg"; };
     for (const GoalReport& goal : report.goals) {
-        const std::string joint = printable(goal.joint);
         if (goal.position)
-            text += goalRow(report, goal.role, joint, goal.distance);
+            add(goal.role, goal.joint, goal.distance, distance);
         if (goal.rotation)
-            text += angleRow(goal.role, joint, goal.degrees);
+            add(goal.role, goal.joint, goal.degrees, degrees);
     }
     if (report.hasPositionGoals() && report.goals.size() > 1)
-        text += goalRow(report, "all", "", report.distance);
-    return text + "\n";
+        add("all", "", report.distance, distance);
+    return "\n" + table.text() + "\n";
 }
 
 std::string stepText(const StepReport& step)
@@ -106,7 +103,8 @@ std::string trackReportText(const TrackReport& report)
                         static_cast<double>(count) / std::max(report.totalSeconds, 1e-9));
     if (report.maxMeanError)
         text += fmt::format("  wanted   a mean of at most {} ({} %): {}\n", rounded(*report.maxMeanError),
-                            rounded(report.percent(*report.maxMeanError)), report.missed ? "missed" : "met");
+                            rounded(report.percent(*report.maxMeanError)),
+                            report.missed.empty() ? "met" : "missed");
     if (!report.htmlFile.empty())
         text += fmt::format("  report   {}\n", printable(report.htmlFile));
     return text;
